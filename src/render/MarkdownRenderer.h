@@ -1,0 +1,58 @@
+// Public face of the Markdown renderer: Markdown text in, complete reader page and outline out.
+#pragma once
+
+#include "TarnTheme.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// One outline entry; `id` is the heading's slug and element id.
+struct TOCItem
+{
+    std::u16string id;
+    std::u16string title;
+    std::int64_t level = 1;
+    friend bool operator==(const TOCItem &, const TOCItem &) = default;
+};
+
+struct RenderedMarkdown
+{
+    std::u16string html; // the complete, self-contained page
+    std::vector<TOCItem> toc;
+};
+
+namespace MarkdownRenderer {
+
+RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme = TarnTheme::businessBlue,
+                        std::u16string_view title = u"Tarn");
+// The same, for UTF-8 input (invalid sequences become U+FFFD).
+RenderedMarkdown render(std::string_view markdownUtf8, TarnTheme theme = TarnTheme::businessBlue,
+                        std::u16string_view title = u"Tarn");
+
+// Only the block fragment that goes inside <main>, for callers and tests that need no page.
+struct Fragment
+{
+    std::u16string html;
+    std::vector<TOCItem> toc;
+    bool hasMermaid = false;
+};
+Fragment renderFragment(std::u16string_view markdown);
+
+std::u16string escapeHTML(std::u16string_view text);
+std::u16string escapeAttribute(std::u16string_view text);
+
+// "<script>\n" + the diagram library + "\n</script>", or empty when the library is missing or
+// unreadable. The file is read once per process.
+const std::u16string &inlineMermaidScript();
+
+// The reader script, embedded verbatim from reader-script.js at build time.
+std::u16string_view readerScript();
+
+} // namespace MarkdownRenderer
+
+namespace TarnText {
+std::u16string fromUtf8(std::string_view utf8);
+std::string toUtf8(std::u16string_view utf16);
+} // namespace TarnText
