@@ -44,11 +44,21 @@ QString jsonString(const QString &text)
     QString out = QStringLiteral("\"");
     for (QChar c : text) {
         switch (c.unicode()) {
-        case '"': out += QLatin1String("\\\""); break;
-        case '\\': out += QLatin1String("\\\\"); break;
-        case '\n': out += QLatin1String("\\n"); break;
-        case '\r': out += QLatin1String("\\r"); break;
-        case '\t': out += QLatin1String("\\t"); break;
+        case '"':
+            out += QLatin1String("\\\"");
+            break;
+        case '\\':
+            out += QLatin1String("\\\\");
+            break;
+        case '\n':
+            out += QLatin1String("\\n");
+            break;
+        case '\r':
+            out += QLatin1String("\\r");
+            break;
+        case '\t':
+            out += QLatin1String("\\t");
+            break;
         default:
             if (c.unicode() < 0x20)
                 out += QStringLiteral("\\u%1").arg(int(c.unicode()), 4, 16, QLatin1Char('0'));
@@ -61,15 +71,14 @@ QString jsonString(const QString &text)
 
 QString outlineJson(const QString &file, const std::vector<TOCItem> &toc)
 {
-    QString line = QStringLiteral("{\"file\": ") + jsonString(file) +
-                   QStringLiteral(", \"outline\": [");
+    QString line =
+        QStringLiteral("{\"file\": ") + jsonString(file) + QStringLiteral(", \"outline\": [");
     for (std::size_t i = 0; i < toc.size(); ++i) {
         if (i > 0)
             line += QStringLiteral(", ");
         line += QStringLiteral("{\"id\": ") + jsonString(toQString(toc[i].id)) +
                 QStringLiteral(", \"title\": ") + jsonString(toQString(toc[i].title)) +
-                QStringLiteral(", \"level\": ") + QString::number(toc[i].level) +
-                QLatin1Char('}');
+                QStringLiteral(", \"level\": ") + QString::number(toc[i].level) + QLatin1Char('}');
     }
     return line + QStringLiteral("]}\n");
 }
@@ -197,15 +206,15 @@ ParseResult parse(const QStringList &arguments)
 QString usageText()
 {
     return QStringLiteral(
-        "Usage:\n"
-        "  tarn [FILE...]                      open the files as tabs\n"
-        "  tarn --export html|pdf [--theme NAME] [--title TEXT] [--output PATH] FILE...\n"
-        "  tarn --outline FILE...              print each file's headings as one JSON line\n"
-        "  tarn --help | --version\n"
-        "\n"
-        "FILE may be - for standard input. With several files, --output names a folder\n"
-        "(created if missing). --output - writes HTML to standard output.\n"
-        "Themes: %1 (default businessBlue).\n")
+               "Usage:\n"
+               "  tarn [FILE...]                      open the files as tabs\n"
+               "  tarn --export html|pdf [--theme NAME] [--title TEXT] [--output PATH] FILE...\n"
+               "  tarn --outline FILE...              print each file's headings as one JSON line\n"
+               "  tarn --help | --version\n"
+               "\n"
+               "FILE may be - for standard input. With several files, --output names a folder\n"
+               "(created if missing). --output - writes HTML to standard output.\n"
+               "Themes: %1 (default businessBlue).\n")
         .arg(validThemeNames());
 }
 
@@ -298,7 +307,8 @@ int runTextConversion(const Options &options, FILE *out, FILE *err)
 {
     QList<Job> jobs;
     QString error;
-    if (options.mode == Mode::ExportHtml && !planJobs(options, QStringLiteral("html"), &jobs, &error)) {
+    if (options.mode == Mode::ExportHtml &&
+        !planJobs(options, QStringLiteral("html"), &jobs, &error)) {
         print(err, QStringLiteral("tarn: %1\n").arg(error));
         return 1;
     }

@@ -11,7 +11,15 @@
 
 namespace TarnCommandLine {
 
-enum class Mode { Window, ExportHtml, ExportPdf, Outline, Help, Version };
+enum class Mode
+{
+    Window,
+    ExportHtml,
+    ExportPdf,
+    Outline,
+    Help,
+    Version
+};
 
 struct Options
 {
@@ -35,15 +43,14 @@ QString versionText();
 // One conversion job: where a FILE argument's text comes from and where its result goes.
 struct Job
 {
-    QString input;        // a path, or "-" for standard input
-    QString output;       // a path, or "-" for standard output
+    QString input;  // a path, or "-" for standard input
+    QString output; // a path, or "-" for standard output
     QString title;
 };
 
 // Works out output paths (creating an output folder when several files are given).
 // Returns false and fills `error` when the output folder cannot be made.
-bool planJobs(const Options &options, const QString &extension, QList<Job> *jobs,
-              QString *error);
+bool planJobs(const Options &options, const QString &extension, QList<Job> *jobs, QString *error);
 
 // Reads a FILE argument ("-" = standard input) as the app reads documents.
 struct InputText

@@ -5,16 +5,14 @@
 
 #include <unicode/unorm.h>
 
-TarnDocument::TarnDocument(const QUrl &url, const QString &content, double scrollY,
-                           QObject *parent)
+TarnDocument::TarnDocument(const QUrl &url, const QString &content, double scrollY, QObject *parent)
     : QObject(parent)
     , m_id(QUuid::createUuid())
     , m_url(url)
     , m_content(content)
     , m_draft(content)
     , m_scrollY(scrollY)
-{
-}
+{}
 
 QString TarnDocument::fileName() const
 {

@@ -54,8 +54,8 @@ std::optional<QString> decodeWithIcu(const QByteArray &bytes, const char *charse
                         &status);
     QString text(bytes.size() * 2 + 2, Qt::Uninitialized);
     const int32_t length =
-        ucnv_toUChars(converter.get(), reinterpret_cast<UChar *>(text.data()),
-                      int32_t(text.size()), bytes.constData(), int32_t(bytes.size()), &status);
+        ucnv_toUChars(converter.get(), reinterpret_cast<UChar *>(text.data()), int32_t(text.size()),
+                      bytes.constData(), int32_t(bytes.size()), &status);
     if (U_FAILURE(status))
         return std::nullopt;
     text.truncate(length);
@@ -93,7 +93,7 @@ std::optional<Detected> detect(const QByteArray &bytes)
 
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<UCharsetDetector, decltype(&ucsdet_close)> detector(ucsdet_open(&status),
-                                                                       ucsdet_close);
+                                                                        ucsdet_close);
     if (U_FAILURE(status))
         return std::nullopt;
     ucsdet_setText(detector.get(), bytes.constData(), int32_t(bytes.size()), &status);

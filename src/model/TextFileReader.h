@@ -7,8 +7,8 @@ struct TextFileReadResult
 {
     bool ok = false;
     QString text;
-    QString encoding;     // name of the encoding used, e.g. "UTF-8", "GB18030"
-    QString errorString;  // localised description when !ok
+    QString encoding;    // name of the encoding used, e.g. "UTF-8", "GB18030"
+    QString errorString; // localised description when !ok
 };
 
 namespace TextFileReader {

@@ -5,9 +5,19 @@
 #include <optional>
 #include <string_view>
 
-enum class TarnTheme { businessBlue, light, warm, dark };
+enum class TarnTheme
+{
+    businessBlue,
+    light,
+    warm,
+    dark
+};
 
-enum class TarnColorScheme { light, dark };
+enum class TarnColorScheme
+{
+    light,
+    dark
+};
 
 // sRGB components in 0...1, opacity 1.
 struct TarnRGB

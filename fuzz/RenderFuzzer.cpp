@@ -1,0 +1,96 @@
+// Fuzz harness for the renderer: any input must render without crashing, and no markup from
+// the source may reach the page: every "<" opens one of the renderer's own tags, and every
+// attribute value ends at its own closing quote.
+#include "MarkdownRenderer.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace {
+
+constexpr std::array<std::u16string_view, 33> kTags = {
+    u"p",   u"h1",     u"h2",    u"h3",      u"h4",      u"h5",   u"h6",  u"hr",   u"blockquote",
+    u"br",  u"ul",     u"ol",    u"li",      u"input",   u"span", u"pre", u"code", u"figure",
+    u"div", u"table",  u"thead", u"tbody",   u"tr",      u"th",   u"td",  u"img",  u"a",
+    u"del", u"strong", u"em",    u"section", u"caption", u"main"};
+
+constexpr std::array<std::u16string_view, 11> kAttributes = {
+    u"id",      u"class",           u"href",      u"src", u"alt", u"start", u"type", u"disabled",
+    u"checked", u"data-mermaid-id", u"aria-label"};
+
+[[noreturn]] void fail(const char *what, std::u16string_view html, std::size_t at)
+{
+    const std::size_t from = at > 40 ? at - 40 : 0;
+    std::fprintf(stderr, "invariant broken: %s at %zu: ...%s...\n", what, at,
+                 TarnText::toUtf8(html.substr(from, 120)).c_str());
+    std::abort();
+}
+
+bool isNameChar(char16_t c)
+{
+    return (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9') || c == u'-';
+}
+
+template<std::size_t N>
+bool known(const std::array<std::u16string_view, N> &names, std::u16string_view name)
+{
+    for (std::u16string_view candidate : names) {
+        if (candidate == name)
+            return true;
+    }
+    return false;
+}
+
+void checkFragment(std::u16string_view html)
+{
+    for (std::size_t at = html.find(u'<'); at != std::u16string_view::npos;
+         at = html.find(u'<', at + 1)) {
+        std::size_t i = at + 1;
+        const bool closing = i < html.size() && html[i] == u'/';
+        if (closing)
+            ++i;
+        const std::size_t nameBegin = i;
+        while (i < html.size() && isNameChar(html[i]))
+            ++i;
+        if (!known(kTags, html.substr(nameBegin, i - nameBegin)))
+            fail("unknown tag", html, at);
+        // Attributes: name, or name="value" where the value runs to the next quote.
+        while (i < html.size() && html[i] == u' ') {
+            ++i;
+            const std::size_t attributeBegin = i;
+            while (i < html.size() && isNameChar(html[i]))
+                ++i;
+            if (closing || !known(kAttributes, html.substr(attributeBegin, i - attributeBegin)))
+                fail("unknown attribute", html, attributeBegin);
+            if (i < html.size() && html[i] == u'=') {
+                if (i + 1 >= html.size() || html[i + 1] != u'"')
+                    fail("unquoted attribute", html, i);
+                const std::size_t close = html.find(u'"', i + 2);
+                if (close == std::u16string_view::npos)
+                    fail("unterminated attribute", html, i);
+                i = close + 1;
+                if (i >= html.size() || (html[i] != u' ' && html[i] != u'>'))
+                    fail("quote inside an attribute value", html, close);
+            }
+        }
+        if (i >= html.size() || html[i] != u'>')
+            fail("malformed tag", html, at);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    const std::string_view input(reinterpret_cast<const char *>(data), size);
+    const auto fragment = MarkdownRenderer::renderFragment(TarnText::fromUtf8(input));
+    checkFragment(fragment.html);
+    for (const TOCItem &item : fragment.toc) {
+        if (item.id.empty() || item.level < 1 || item.level > 6)
+            fail("bad outline entry", fragment.html, 0);
+    }
+    return 0;
+}
