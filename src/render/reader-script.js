@@ -80,6 +80,12 @@
         }
         diagram.classList.add("is-rendered");
       } catch (error) {
+        // A failed render can leave the library's scratch element, with an error drawing,
+        // at the end of the page.
+        const scratch = document.getElementById(`d${renderId}`);
+        if (scratch && scratch.parentElement === document.body) {
+          scratch.remove();
+        }
         showMermaidError(diagram, RENDER_ERROR);
       }
     }
