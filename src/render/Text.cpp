@@ -204,14 +204,19 @@ std::u16string fromUtf8(std::string_view utf8)
 
 std::string toUtf8(std::u16string_view utf16)
 {
-    std::string out(utf16.size() * 3, '\0');
+    // Measure first: a worst-case buffer would triple the peak memory of large exports.
     int32_t length = 0;
     UErrorCode status = U_ZERO_ERROR;
+    u_strToUTF8WithSub(nullptr, 0, &length, utf16.data(), int32_t(utf16.size()), 0xFFFD, nullptr,
+                       &status);
+    if (status != U_BUFFER_OVERFLOW_ERROR && U_FAILURE(status))
+        return {};
+    std::string out(std::size_t(length), '\0');
+    status = U_ZERO_ERROR;
     u_strToUTF8WithSub(out.data(), int32_t(out.size()), &length, utf16.data(),
                        int32_t(utf16.size()), 0xFFFD, nullptr, &status);
     if (U_FAILURE(status))
         return {};
-    out.resize(std::size_t(length));
     return out;
 }
 

@@ -1,0 +1,181 @@
+// Renderer benchmarks: throughput against cmark-gfm and md4c on the same bytes, peak memory,
+// and pathological inputs that must stay linear.
+#include "DocumentGenerator.h"
+#include "MarkdownRenderer.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <string>
+
+#ifdef TARN_HAVE_CMARK_GFM
+#include <cmark-gfm-core-extensions.h>
+#include <cmark-gfm.h>
+#endif
+#ifdef TARN_HAVE_MD4C
+#include <md4c-html.h>
+#endif
+
+namespace {
+
+const std::string &realisticDocument()
+{
+    static const std::string document = BenchDocuments::realistic(10 * 1024 * 1024);
+    return document;
+}
+
+// Kilobytes from /proc/self/status ("VmRSS", "VmHWM").
+long statusKilobytes(const char *field)
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    const std::string prefix = std::string(field) + ":";
+    while (std::getline(status, line)) {
+        if (line.rfind(prefix, 0) == 0)
+            return std::stol(line.substr(prefix.size()));
+    }
+    return 0;
+}
+
+void resetPeakMemory()
+{
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+void BM_Tarn(benchmark::State &state)
+{
+    const std::string &document = realisticDocument();
+    resetPeakMemory();
+    const long before = statusKilobytes("VmRSS");
+    for (auto _ : state) {
+        const RenderedMarkdown page = MarkdownRenderer::render(std::string_view(document));
+        std::string html = TarnText::toUtf8(page.html);
+        benchmark::DoNotOptimize(html.data());
+    }
+    const double peak = double(statusKilobytes("VmHWM") - before) * 1024.0;
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(document.size()));
+    state.counters["peak_MB"] = peak / 1e6;
+    state.counters["peak_x_input"] = peak / double(document.size());
+}
+BENCHMARK(BM_Tarn)->Name("realistic_10MB/tarn")->Unit(benchmark::kMillisecond);
+
+#ifdef TARN_HAVE_CMARK_GFM
+void BM_CmarkGfm(benchmark::State &state)
+{
+    const std::string &document = realisticDocument();
+    cmark_gfm_core_extensions_ensure_registered();
+    for (auto _ : state) {
+        cmark_parser *parser = cmark_parser_new(CMARK_OPT_DEFAULT);
+        for (const char *name : {"table", "strikethrough", "tasklist", "autolink"})
+            cmark_parser_attach_syntax_extension(parser, cmark_find_syntax_extension(name));
+        cmark_parser_feed(parser, document.data(), document.size());
+        cmark_node *root = cmark_parser_finish(parser);
+        char *html =
+            cmark_render_html(root, CMARK_OPT_DEFAULT, cmark_parser_get_syntax_extensions(parser));
+        benchmark::DoNotOptimize(html);
+        free(html);
+        cmark_node_free(root);
+        cmark_parser_free(parser);
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(document.size()));
+}
+BENCHMARK(BM_CmarkGfm)->Name("realistic_10MB/cmark-gfm")->Unit(benchmark::kMillisecond);
+#endif
+
+#ifdef TARN_HAVE_MD4C
+void BM_Md4c(benchmark::State &state)
+{
+    const std::string &document = realisticDocument();
+    for (auto _ : state) {
+        std::string html;
+        html.reserve(document.size() * 2);
+        md_html(
+            document.data(), MD_SIZE(document.size()),
+            [](const MD_CHAR *text, MD_SIZE size, void *out) {
+                static_cast<std::string *>(out)->append(text, size);
+            },
+            &html, MD_DIALECT_GITHUB, 0);
+        benchmark::DoNotOptimize(html.data());
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(document.size()));
+}
+BENCHMARK(BM_Md4c)->Name("realistic_10MB/md4c")->Unit(benchmark::kMillisecond);
+#endif
+
+void BM_Pathological(benchmark::State &state, std::string (*make)())
+{
+    const std::string document = make();
+    for (auto _ : state) {
+        const auto page = MarkdownRenderer::render(std::string_view(document));
+        benchmark::DoNotOptimize(page.html.data());
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(document.size()));
+}
+
+BENCHMARK_CAPTURE(BM_Pathological, mixed_delimiters_5MB_line,
+                  [] { return BenchDocuments::mixedDelimiterLine(5 * 1024 * 1024); })
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(BM_Pathological, list_items_200k,
+                  [] { return BenchDocuments::listItems(200000); })
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(BM_Pathological, identical_headings_50k,
+                  [] { return BenchDocuments::identicalHeadings(50000); })
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(BM_Pathological, table_rows_100k,
+                  [] { return BenchDocuments::tableRows(100000); })
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(BM_Pathological, code_spans_20k_one_paragraph,
+                  [] { return BenchDocuments::codeSpansParagraph(20000); })
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(BM_Pathological, bar_lines_1MB,
+                  [] { return BenchDocuments::barLines(1024 * 1024); })
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+
+// Prints the usual table, then how Tarn compares with the reference parsers.
+class SummaryReporter : public benchmark::ConsoleReporter
+{
+public:
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run &run : runs) {
+            const auto found = run.counters.find("bytes_per_second");
+            if (found != run.counters.end())
+                m_throughput[run.benchmark_name()] = found->second.value;
+        }
+    }
+    void Finalize() override
+    {
+        ConsoleReporter::Finalize();
+        const double tarn = m_throughput["realistic_10MB/tarn"];
+        std::printf("\nThroughput on the same 10 MB document (MB/s):\n  tarn       %8.1f\n",
+                    tarn / 1e6);
+        for (const char *other : {"realistic_10MB/cmark-gfm", "realistic_10MB/md4c"}) {
+            if (m_throughput.count(other))
+                std::printf("  %-10s %8.1f   tarn/%s ratio %.2f\n", other + 15,
+                            m_throughput[other] / 1e6, other + 15, tarn / m_throughput[other]);
+        }
+    }
+
+private:
+    std::map<std::string, double> m_throughput;
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    benchmark::Initialize(&argc, argv);
+    SummaryReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}
