@@ -1,6 +1,9 @@
 # Warning flags for Tarn's own targets; third-party headers come in as system includes.
 function(tarn_target_warnings target)
-    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow=local)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        target_compile_options(${target} PRIVATE -Wshadow=local)
+    endif()
     if(TARN_WERROR)
         target_compile_options(${target} PRIVATE -Werror)
     endif()

@@ -139,7 +139,8 @@ u16 renderInline(u16v text)
         });
     }
     if (s.find(u"](") != u16::npos) {
-        replaceMatches(s, findLinks(s), [](u16 &out, u16v whole, const Match &m, auto) {
+        // The only tags so far are the images: the source's own "<" were escaped.
+        replaceMatches(s, findLinks(s, true), [](u16 &out, u16v whole, const Match &m, auto) {
             out.append(u"<a href=\"");
             appendAddress(out, group2(whole, m));
             out.append(u"\">");

@@ -6,6 +6,7 @@
 
 #include <unicode/regex.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -78,8 +79,30 @@ Outcome matchBracketsAndAddress(u16v s, std::size_t open, bool textMayBeEmpty,
     return Outcome::matched;
 }
 
-std::vector<Match> findBracketed(u16v s, u16v opener, bool textMayBeEmpty)
+// Ranges [begin, end) of the tags in `s`: every "<" up to the next ">".
+std::vector<std::pair<std::size_t, std::size_t>> tagRanges(u16v s)
 {
+    std::vector<std::pair<std::size_t, std::size_t>> ranges;
+    for (std::size_t at = s.find(u'<'); at != npos; at = s.find(u'<', at + 1)) {
+        const std::size_t close = s.find(u'>', at + 1);
+        if (close == npos)
+            break;
+        ranges.emplace_back(at, close + 1);
+        at = close;
+    }
+    return ranges;
+}
+
+bool insideTag(const std::vector<std::pair<std::size_t, std::size_t>> &tags, std::size_t at)
+{
+    auto after = std::upper_bound(tags.begin(), tags.end(), std::make_pair(at, npos));
+    return after != tags.begin() && std::prev(after)->second > at;
+}
+
+std::vector<Match> findBracketed(u16v s, u16v opener, bool textMayBeEmpty,
+                                 bool keepTagsWhole = false)
+{
+    const auto tags = keepTagsWhole ? tagRanges(s) : decltype(tagRanges(s))();
     std::vector<Match> matches;
     CachedFind closeBracket(s, u']');
     CachedFind closeParen(s, u')');
@@ -94,7 +117,10 @@ std::vector<Match> findBracketed(u16v s, u16v opener, bool textMayBeEmpty)
             s, start + opener.size() - 1, textMayBeEmpty, closeBracket, closeParen, match);
         if (outcome == Outcome::failsEverywhereAfter)
             break;
-        if (outcome == Outcome::failedHere) {
+        // A match that begins or ends inside a tag would split the tag and leave its
+        // attribute quotes unbalanced, letting source text become markup.
+        if (outcome == Outcome::failedHere ||
+            (!tags.empty() && (insideTag(tags, match.begin) || insideTag(tags, match.end - 1)))) {
             from = start + 1;
             continue;
         }
@@ -132,9 +158,9 @@ std::vector<Match> findImages(u16v s)
     return findBracketed(s, u"![", true);
 }
 
-std::vector<Match> findLinks(u16v s)
+std::vector<Match> findLinks(u16v s, bool keepTagsWhole)
 {
-    return findBracketed(s, u"[", false);
+    return findBracketed(s, u"[", false, keepTagsWhole);
 }
 
 std::vector<Match> findPaired(u16v s, char16_t c)

@@ -50,9 +50,11 @@ struct Match
 
 // Each finder returns the non-overlapping matches, left to right, exactly as an ICU regular
 // expression search of the quoted pattern would find them.
-std::vector<Match> findCodeSpans(u16v s);          // `([^`]+)`
-std::vector<Match> findImages(u16v s);             // !\[([^\]]*)\]\(([^)]+)\)
-std::vector<Match> findLinks(u16v s);              // \[([^\]]+)\]\(([^)]+)\)
+std::vector<Match> findCodeSpans(u16v s); // `([^`]+)`
+std::vector<Match> findImages(u16v s);    // !\[([^\]]*)\]\(([^)]+)\)
+// \[([^\]]+)\]\(([^)]+)\); with `keepTagsWhole`, a match that would begin or end inside one of
+// the tags already in `s` is not taken.
+std::vector<Match> findLinks(u16v s, bool keepTagsWhole = false);
 std::vector<Match> findPaired(u16v s, char16_t c); // cc(.+?)cc  for ~, * and _
 std::vector<Match> findSingle(u16v s, char16_t c); // (?<!c)c([^c]+)c(?!c)  for * and _
 

@@ -86,6 +86,12 @@ void InlineTest::renderInline_data()
                                       << "<a href=\"a&quot;b\">x</a>";
     QTest::newRow("alt text escaped twice") << "![a<b](x)"
                                             << "<img alt=\"a&amp;lt;b\" src=\"x\">";
+    QTest::newRow("link may not split an image tag")
+        << "![[b](c](d) e) ![i](x.png [l](y) z)"
+        << "<img alt=\"[b\" src=\"c](d\"> e) <img alt=\"i\" src=\"x.png [l](y\"> z)";
+    QTest::newRow("link around a whole image tag")
+        << "[a](x ![i](y) )"
+        << "<a href=\"x &lt;img alt=&quot;i&quot; src=&quot;y&quot;&gt;\">a</a>";
     QTest::newRow("no autolinks") << "<http://a.b>"
                                   << "&lt;http://a.b&gt;";
 
