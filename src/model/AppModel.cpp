@@ -1,0 +1,267 @@
+// AppModel's state: loading at start-up, observable fields, tab selection and editing mode.
+#include "AppModel.h"
+
+#include "ModelSettings.h"
+#include "Platform.h"
+#include "TarnUsageLogger.h"
+
+#include <QSettings>
+
+#include <algorithm>
+
+AppModel::AppModel(QSettings &settings, Platform &platform, PdfExportService &pdfExporter,
+                   TarnUsageLogger &logger, TarnClock clock, QObject *parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_platform(platform)
+    , m_pdfExporter(pdfExporter)
+    , m_logger(logger)
+    , m_clock(std::move(clock))
+{
+    m_theme = ModelSettings::readTheme(m_settings);
+    m_showOutline = ModelSettings::readShowOutline(m_settings);
+    // Written straight back: a value that could not be read is replaced by an empty list.
+    m_storedFiles = ModelSettings::readStoredFiles(m_settings);
+    ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
+    m_readPositions = ModelSettings::readReadPositions(m_settings);
+}
+
+AppModel::~AppModel() = default;
+
+TarnDocument *AppModel::selectedDocument() const
+{
+    if (m_selectedTabID.isNull())
+        return nullptr;
+    const auto it = std::find_if(m_tabs.begin(), m_tabs.end(), [this](TarnDocument *document) {
+        return document->id() == m_selectedTabID;
+    });
+    return it == m_tabs.end() ? nullptr : *it;
+}
+
+bool AppModel::canSaveSelectedDocument() const
+{
+    const TarnDocument *document = selectedDocument();
+    return document && document->isDirty();
+}
+
+void AppModel::setSelectedTabID(const QUuid &id)
+{
+    if (m_selectedTabID == id)
+        return;
+    m_selectedTabID = id;
+    emit selectedTabIDChanged();
+    emit selectedDocumentChanged();
+    emit canSaveSelectedDocumentChanged();
+}
+
+void AppModel::setEditing(bool editing)
+{
+    if (m_isEditing == editing)
+        return;
+    m_isEditing = editing;
+    emit isEditingChanged();
+}
+
+void AppModel::setFileFilter(const QString &filter)
+{
+    if (m_fileFilter == filter)
+        return;
+    m_fileFilter = filter;
+    emit fileFilterChanged();
+    emit filteredStoredFilesChanged();
+}
+
+void AppModel::setSearchQuery(const QString &query)
+{
+    if (m_searchQuery == query)
+        return;
+    m_searchQuery = query;
+    emit searchQueryChanged();
+    resetSearchResults();
+}
+
+void AppModel::setCurrentHeadingID(const QString &id)
+{
+    if (m_currentHeadingID == id)
+        return;
+    m_currentHeadingID = id;
+    emit currentHeadingIDChanged();
+}
+
+void AppModel::setScrollTargetID(const std::optional<QString> &id)
+{
+    if (m_scrollTargetID == id)
+        return;
+    m_scrollTargetID = id;
+    emit scrollTargetIDChanged();
+}
+
+void AppModel::setShowOutline(bool show)
+{
+    const bool changed = m_showOutline != show;
+    m_showOutline = show;
+    ModelSettings::writeShowOutline(m_settings, show);
+    if (changed)
+        emit showOutlineChanged();
+}
+
+void AppModel::setStoredFiles(const QList<StoredFile> &files)
+{
+    m_storedFiles = files;
+    ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
+    emit storedFilesChanged();
+    emit filteredStoredFilesChanged();
+}
+
+void AppModel::setAlert(const std::optional<AppAlert> &alert)
+{
+    if (m_alert == alert)
+        return;
+    m_alert = alert;
+    emit alertChanged();
+}
+
+void AppModel::setTheme(TarnTheme theme)
+{
+    const bool changed = m_theme != theme;
+    m_theme = theme;
+    ModelSettings::writeTheme(m_settings, theme);
+    if (changed)
+        emit themeChanged();
+}
+
+void AppModel::toggleOutline()
+{
+    setShowOutline(!m_showOutline);
+}
+
+void AppModel::selectTab(const QUuid &id)
+{
+    if (m_selectedTabID == id)
+        return;
+    if (TarnDocument *current = selectedDocument(); current && !confirmDirtyDocument(current))
+        return;
+    selectAndReset(id);
+}
+
+void AppModel::closeTab(TarnDocument *document)
+{
+    if (!document || !confirmDirtyDocument(document))
+        return;
+    const qsizetype position = m_tabs.indexOf(document);
+    if (position < 0)
+        return;
+    const bool wasSelected = document->id() == m_selectedTabID;
+    m_tabs.removeAt(position);
+    emit tabsChanged();
+    document->deleteLater(); // views may still hold it until they have seen tabsChanged
+    if (!wasSelected)
+        return;
+    // The right-hand neighbour, or the new last tab when the closed one was last.
+    const qsizetype next = std::min(position, m_tabs.size() - 1);
+    selectAndReset(next >= 0 ? m_tabs.at(next)->id() : QUuid());
+}
+
+void AppModel::selectAndReset(const QUuid &id)
+{
+    setSelectedTabID(id);
+    setEditing(false);
+    setCurrentHeadingID(QString());
+    resetSearchResults();
+}
+
+void AppModel::toggleEditing()
+{
+    TarnDocument *document = selectedDocument();
+    if (!document)
+        return;
+    if (!m_isEditing) {
+        document->setDraft(document->content());
+        document->setDirty(false);
+        setEditing(true);
+        return;
+    }
+    if (confirmDirtyDocument(document))
+        setEditing(false);
+}
+
+bool AppModel::confirmDirtyDocument(TarnDocument *document)
+{
+    if (!document || !document->isDirty())
+        return true;
+    ModalAlert alert;
+    alert.style = AlertStyle::warning;
+    alert.message =
+        QStringLiteral("要保存对 ") + document->fileName() + QStringLiteral(" 的修改吗？");
+    alert.informativeText = QStringLiteral("你的编辑还没有保存。");
+    alert.buttons = {QStringLiteral("保存"), QStringLiteral("放弃修改"), QStringLiteral("取消")};
+    switch (m_platform.runModalAlert(alert)) {
+    case 0:
+        return saveDocument(document);
+    case 1:
+        document->discardDraft();
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool AppModel::confirmBeforeTerminating()
+{
+    // A copy: saving or discarding never changes the tab list, but be safe against views.
+    const QList<TarnDocument *> tabs = m_tabs;
+    for (TarnDocument *document : tabs) {
+        if (!document->isDirty())
+            continue;
+        setSelectedTabID(document->id());
+        setEditing(true);
+        if (!confirmDirtyDocument(document))
+            return false;
+    }
+    return true;
+}
+
+void AppModel::rememberScroll(TarnDocument *document, double y)
+{
+    if (!document)
+        return;
+    document->setScrollY(y);
+    m_readPositions.insert(document->url().toLocalFile(), y);
+    ModelSettings::writeReadPositions(m_settings, m_readPositions);
+}
+
+void AppModel::appendTab(TarnDocument *document)
+{
+    document->setParent(this);
+    connect(document, &TarnDocument::isDirtyChanged, this, [this, document] {
+        if (document->id() == m_selectedTabID)
+            emit canSaveSelectedDocumentChanged();
+    });
+    m_tabs.append(document);
+    emit tabsChanged();
+}
+
+TarnDocument *AppModel::documentWithPath(const QString &path) const
+{
+    for (TarnDocument *document : m_tabs) {
+        if (document->url().toLocalFile() == path)
+            return document;
+    }
+    return nullptr;
+}
+
+void AppModel::showAlert(const QString &title, const QString &message)
+{
+    setAlert(AppAlert::make(title, message));
+}
+
+void AppModel::log(const QString &event, const QMap<QString, QString> &metadata)
+{
+    m_logger.log(event, metadata);
+}
+
+void AppModel::revealUsageLog()
+{
+    log(QStringLiteral("usage_log.reveal"));
+    m_logger.revealInFinder(m_platform);
+}

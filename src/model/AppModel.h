@@ -1,0 +1,201 @@
+// The one application model: tabs, editing mode, the file library, reader search state,
+// settings-backed preferences and every file operation the views trigger.
+#pragma once
+
+#include "AppModelTypes.h"
+#include "StoredFile.h"
+#include "TarnClock.h"
+#include "TarnDocument.h"
+#include "TarnTheme.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QUrl>
+#include <QUuid>
+
+#include <optional>
+
+class Platform;
+class PdfExportService;
+class QSettings;
+class TarnUsageLogger;
+
+class AppModel : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QList<TarnDocument *> tabs READ tabs NOTIFY tabsChanged)
+    // A null id means no tab is selected.
+    Q_PROPERTY(
+        QUuid selectedTabID READ selectedTabID WRITE setSelectedTabID NOTIFY selectedTabIDChanged)
+    Q_PROPERTY(bool isEditing READ isEditing WRITE setEditing NOTIFY isEditingChanged)
+    Q_PROPERTY(QString fileFilter READ fileFilter WRITE setFileFilter NOTIFY fileFilterChanged)
+    Q_PROPERTY(QString searchQuery READ searchQuery WRITE setSearchQuery NOTIFY searchQueryChanged)
+    Q_PROPERTY(int searchResultCount READ searchResultCount NOTIFY searchResultCountChanged)
+    Q_PROPERTY(int currentSearchResultIndex READ currentSearchResultIndex NOTIFY
+                   currentSearchResultIndexChanged)
+    Q_PROPERTY(std::optional<SearchNavigationRequest> searchNavigationRequest READ
+                   searchNavigationRequest NOTIFY searchNavigationRequestChanged)
+    Q_PROPERTY(QString currentHeadingID READ currentHeadingID WRITE setCurrentHeadingID NOTIFY
+                   currentHeadingIDChanged)
+    Q_PROPERTY(std::optional<QString> scrollTargetID READ scrollTargetID WRITE setScrollTargetID
+                   NOTIFY scrollTargetIDChanged)
+    Q_PROPERTY(bool showOutline READ showOutline WRITE setShowOutline NOTIFY showOutlineChanged)
+    Q_PROPERTY(QList<StoredFile> storedFiles READ storedFiles WRITE setStoredFiles NOTIFY
+                   storedFilesChanged)
+    Q_PROPERTY(std::optional<AppAlert> alert READ alert WRITE setAlert NOTIFY alertChanged)
+    Q_PROPERTY(TarnTheme theme READ theme WRITE setTheme NOTIFY themeChanged)
+    // Derived values.
+    Q_PROPERTY(TarnDocument *selectedDocument READ selectedDocument NOTIFY selectedDocumentChanged)
+    Q_PROPERTY(bool canSaveSelectedDocument READ canSaveSelectedDocument NOTIFY
+                   canSaveSelectedDocumentChanged)
+    Q_PROPERTY(QList<StoredFile> filteredStoredFiles READ filteredStoredFiles NOTIFY
+                   filteredStoredFilesChanged)
+
+public:
+    // Reads the preferences, the library and the reading positions from `settings` at once.
+    // Every collaborator must outlive the model.
+    AppModel(QSettings &settings, Platform &platform, PdfExportService &pdfExporter,
+             TarnUsageLogger &logger, TarnClock clock = tarnSystemClock(),
+             QObject *parent = nullptr);
+    ~AppModel() override;
+
+    QList<TarnDocument *> tabs() const { return m_tabs; }
+    QUuid selectedTabID() const { return m_selectedTabID; }
+    bool isEditing() const { return m_isEditing; }
+    QString fileFilter() const { return m_fileFilter; }
+    QString searchQuery() const { return m_searchQuery; }
+    int searchResultCount() const { return m_searchResultCount; }
+    int currentSearchResultIndex() const { return m_currentSearchResultIndex; }
+    std::optional<SearchNavigationRequest> searchNavigationRequest() const
+    {
+        return m_searchNavigationRequest;
+    }
+    QString currentHeadingID() const { return m_currentHeadingID; }
+    std::optional<QString> scrollTargetID() const { return m_scrollTargetID; }
+    bool showOutline() const { return m_showOutline; }
+    QList<StoredFile> storedFiles() const { return m_storedFiles; }
+    std::optional<AppAlert> alert() const { return m_alert; }
+    TarnTheme theme() const { return m_theme; }
+    TarnUsageLogger &logger() const { return m_logger; }
+    // File path to reader scroll offset.
+    QHash<QString, double> readPositions() const { return m_readPositions; }
+
+    TarnDocument *selectedDocument() const;
+    bool canSaveSelectedDocument() const;
+    QList<StoredFile> filteredStoredFiles() const;
+
+    void setSelectedTabID(const QUuid &id);
+    void setEditing(bool editing);
+    void setFileFilter(const QString &filter);
+    // Resets the search results when the text changes.
+    void setSearchQuery(const QString &query);
+    void setCurrentHeadingID(const QString &id);
+    void setScrollTargetID(const std::optional<QString> &id);
+    // The preference setters and setStoredFiles write the settings store at once.
+    void setShowOutline(bool show);
+    void setStoredFiles(const QList<StoredFile> &files);
+    // The view clears the alert when it is dismissed.
+    void setAlert(const std::optional<AppAlert> &alert);
+    void setTheme(TarnTheme theme);
+
+    // Tabs and files.
+    void presentOpenPanel();
+    // Opens the Markdown and text files among `urls`, in order; asks about the selected tab's
+    // unsaved changes first unless the caller already did.
+    void openURLs(const QList<QUrl> &urls, bool alreadyConfirmed);
+    void selectTab(const QUuid &id);
+    void closeTab(TarnDocument *document);
+    void toggleEditing();
+    void saveSelectedDocument();
+    bool saveDocument(TarnDocument *document);
+    // Writes the draft to a new file; the tab deliberately keeps pointing at its old file.
+    bool saveDocumentAs(TarnDocument *document);
+    // True when the caller may go on: the document is clean, was saved, or its edit discarded.
+    bool confirmDirtyDocument(TarnDocument *document);
+    bool confirmBeforeTerminating();
+    void rememberScroll(TarnDocument *document, double y);
+    void toggleOutline();
+
+    // The library.
+    void rememberFile(const QUrl &url);
+    void toggleFavorite(const StoredFile &file);
+    void removeRecent(const StoredFile &file);
+    void showInFinder(const StoredFile &file);
+    void openStoredFile(const StoredFile &file);
+    std::optional<QUrl> resolveStoredFile(const StoredFile &file);
+
+    // Links, search and outline.
+    void openLink(const QUrl &url, TarnDocument *fromDocument);
+    void clearSearch();
+    void resetSearchResults();
+    void updateSearchResults(int current, int total);
+    void navigateSearch(SearchNavigationDirection direction);
+    void scrollToHeading(const QString &id);
+
+    // Export and the usage log.
+    void exportSelectedDocumentAsHTML();
+    void exportSelectedDocumentAsPDF();
+    void revealUsageLog();
+
+    // Accepted by openURLs: "md", "markdown", "mdown", "txt", compared in lower case.
+    static bool isOpenableExtension(const QString &path);
+    static QString pathExtension(const QString &path);
+
+signals:
+    void tabsChanged();
+    void selectedTabIDChanged();
+    void isEditingChanged();
+    void fileFilterChanged();
+    void searchQueryChanged();
+    void searchResultCountChanged();
+    void currentSearchResultIndexChanged();
+    void searchNavigationRequestChanged();
+    void currentHeadingIDChanged();
+    void scrollTargetIDChanged();
+    void showOutlineChanged();
+    void storedFilesChanged();
+    void alertChanged();
+    void themeChanged();
+    void selectedDocumentChanged();
+    void canSaveSelectedDocumentChanged();
+    void filteredStoredFilesChanged();
+
+private:
+    void openURL(const QUrl &url);
+    TarnDocument *documentWithPath(const QString &path) const;
+    void showAlert(const QString &title, const QString &message);
+    void log(const QString &event, const QMap<QString, QString> &metadata = {});
+    // Selection changes that leave editing and forget the page's state.
+    void selectAndReset(const QUuid &id);
+    void appendTab(TarnDocument *document);
+    std::optional<QUrl> runExportPanel(TarnDocument *document, const QString &title,
+                                       const QString &extension, const QString &mimeType,
+                                       const QString &cancelEvent);
+    QString exportedPage(TarnDocument *document) const;
+    void finishPdfExport(const QString &file, const QString &output, bool ok, const QString &error);
+    std::optional<QByteArray> makeBookmark(const QString &path);
+
+    QSettings &m_settings;
+    Platform &m_platform;
+    PdfExportService &m_pdfExporter;
+    TarnUsageLogger &m_logger;
+    const TarnClock m_clock;
+
+    QList<TarnDocument *> m_tabs;
+    QUuid m_selectedTabID;
+    bool m_isEditing = false;
+    QString m_fileFilter;
+    QString m_searchQuery;
+    int m_searchResultCount = 0;
+    int m_currentSearchResultIndex = 0;
+    std::optional<SearchNavigationRequest> m_searchNavigationRequest;
+    QString m_currentHeadingID;
+    std::optional<QString> m_scrollTargetID;
+    bool m_showOutline = true;
+    QList<StoredFile> m_storedFiles;
+    std::optional<AppAlert> m_alert;
+    TarnTheme m_theme = TarnTheme::businessBlue;
+    QHash<QString, double> m_readPositions;
+};

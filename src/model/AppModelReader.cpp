@@ -1,0 +1,89 @@
+// AppModel's reader-facing operations: followed links, in-page search state, outline jumps.
+#include "AppModel.h"
+
+#include "Platform.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QUuid>
+
+#include <algorithm>
+
+void AppModel::openLink(const QUrl &url, TarnDocument *fromDocument)
+{
+    const QString source = fromDocument ? fromDocument->fileName() : QString();
+    if (!url.isLocalFile()) {
+        // Every scheme goes to its handler; the page only lets users click links it shows.
+        log(QStringLiteral("link.open.external"),
+            {{QStringLiteral("url"), QString::fromUtf8(url.toEncoded())},
+             {QStringLiteral("source"), source}});
+        m_platform.openWithDefaultHandler(url);
+        return;
+    }
+
+    const QString path = QDir::cleanPath(url.toLocalFile());
+    const QUrl standardized = QUrl::fromLocalFile(path);
+    const QFileInfo info(path);
+    const QMap<QString, QString> metadata{{QStringLiteral("path"), path},
+                                          {QStringLiteral("source"), source}};
+    if (!info.exists()) {
+        log(QStringLiteral("link.open.local_missing"), metadata);
+        showAlert(QStringLiteral("链接不可用"),
+                  QStringLiteral("这个本地文件不存在，或者 Tarn 暂时无法访问：\n") + path);
+        return;
+    }
+    log(QStringLiteral("link.open.local"), metadata);
+    if (!info.isDir() && isOpenableExtension(path))
+        openURLs({standardized}, false);
+    else
+        m_platform.openWithDefaultHandler(standardized);
+}
+
+void AppModel::clearSearch()
+{
+    setSearchQuery(QString());
+    resetSearchResults();
+}
+
+void AppModel::resetSearchResults()
+{
+    if (m_searchResultCount != 0) {
+        m_searchResultCount = 0;
+        emit searchResultCountChanged();
+    }
+    if (m_currentSearchResultIndex != 0) {
+        m_currentSearchResultIndex = 0;
+        emit currentSearchResultIndexChanged();
+    }
+    if (m_searchNavigationRequest) {
+        m_searchNavigationRequest.reset();
+        emit searchNavigationRequestChanged();
+    }
+}
+
+void AppModel::updateSearchResults(int current, int total)
+{
+    const int count = std::max(total, 0);
+    const int index = total <= 0 ? 0 : std::min(count, std::max(current, 1));
+    if (m_searchResultCount != count) {
+        m_searchResultCount = count;
+        emit searchResultCountChanged();
+    }
+    if (m_currentSearchResultIndex != index) {
+        m_currentSearchResultIndex = index;
+        emit currentSearchResultIndexChanged();
+    }
+}
+
+void AppModel::navigateSearch(SearchNavigationDirection direction)
+{
+    if (!selectedDocument() || m_searchQuery.trimmed().isEmpty() || m_searchResultCount < 1)
+        return;
+    m_searchNavigationRequest = SearchNavigationRequest{QUuid::createUuid(), direction};
+    emit searchNavigationRequestChanged();
+}
+
+void AppModel::scrollToHeading(const QString &id)
+{
+    setScrollTargetID(id);
+}

@@ -1,0 +1,114 @@
+// The settings store's keys and value forms; INI files lose most types, so reading is strict.
+#include "ModelSettings.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSettings>
+
+#include <cmath>
+
+namespace ModelSettings {
+namespace {
+
+// Binary values come back as QByteArray only when they were stored as one.
+std::optional<QByteArray> readBlob(QSettings &settings, const char *key)
+{
+    const QVariant value = settings.value(QLatin1String(key));
+    if (value.typeId() != QMetaType::QByteArray)
+        return std::nullopt;
+    return value.toByteArray();
+}
+
+void store(QSettings &settings, const char *key, const QVariant &value)
+{
+    settings.setValue(QLatin1String(key), value);
+    settings.sync();
+}
+
+} // namespace
+
+TarnTheme readTheme(QSettings &settings)
+{
+    const QVariant value = settings.value(QLatin1String(themeKey));
+    if (value.typeId() != QMetaType::QString)
+        return TarnTheme::businessBlue;
+    const QString raw = value.toString();
+    return TarnThemes::fromRawValue(
+               std::u16string_view(reinterpret_cast<const char16_t *>(raw.utf16()),
+                                   std::size_t(raw.size())))
+        .value_or(TarnTheme::businessBlue);
+}
+
+bool readShowOutline(QSettings &settings)
+{
+    const QVariant value = settings.value(QLatin1String(showOutlineKey));
+    if (value.typeId() == QMetaType::Bool)
+        return value.toBool();
+    // An INI file keeps a boolean as the word "true" or "false".
+    if (value.typeId() == QMetaType::QString) {
+        const QString text = value.toString();
+        if (text == QLatin1String("true"))
+            return true;
+        if (text == QLatin1String("false"))
+            return false;
+    }
+    return true;
+}
+
+QList<StoredFile> readStoredFiles(QSettings &settings)
+{
+    const auto blob = readBlob(settings, storedFilesKey);
+    if (!blob)
+        return {};
+    return StoredFiles::decode(*blob).value_or(QList<StoredFile>());
+}
+
+QHash<QString, double> readReadPositions(QSettings &settings)
+{
+    const auto blob = readBlob(settings, readPositionsKey);
+    if (!blob)
+        return {};
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(*blob, &error);
+    if (error.error != QJsonParseError::NoError || !document.isObject())
+        return {};
+    QHash<QString, double> positions;
+    const QJsonObject object = document.object();
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        // One value of another kind makes the whole map unreadable.
+        if (!it.value().isDouble())
+            return {};
+        positions.insert(it.key(), it.value().toDouble());
+    }
+    return positions;
+}
+
+void writeTheme(QSettings &settings, TarnTheme theme)
+{
+    const std::string_view raw = TarnThemes::rawValue(theme);
+    store(settings, themeKey, QString::fromLatin1(raw.data(), qsizetype(raw.size())));
+}
+
+void writeShowOutline(QSettings &settings, bool show)
+{
+    store(settings, showOutlineKey, show);
+}
+
+void writeStoredFiles(QSettings &settings, const QList<StoredFile> &files)
+{
+    if (const auto json = StoredFiles::encode(files))
+        store(settings, storedFilesKey, *json);
+}
+
+void writeReadPositions(QSettings &settings, const QHash<QString, double> &positions)
+{
+    QJsonObject object;
+    for (auto it = positions.begin(); it != positions.end(); ++it) {
+        if (!std::isfinite(it.value()))
+            return;
+        object.insert(it.key(), it.value());
+    }
+    store(settings, readPositionsKey, QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+} // namespace ModelSettings

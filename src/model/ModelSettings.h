@@ -1,0 +1,33 @@
+// Reading and writing the model's values in the settings store, with defaults for bad values.
+#pragma once
+
+#include "StoredFile.h"
+#include "TarnTheme.h"
+
+#include <QHash>
+#include <QList>
+#include <QString>
+
+class QSettings;
+
+namespace ModelSettings {
+
+inline constexpr char themeKey[] = "tarn.theme";
+inline constexpr char showOutlineKey[] = "tarn.showOutline";
+inline constexpr char storedFilesKey[] = "tarn.storedFiles";
+inline constexpr char readPositionsKey[] = "tarn.readPositions";
+
+// Every reader falls back to the default when the value is missing, of another type or
+// undecodable.
+TarnTheme readTheme(QSettings &settings);
+bool readShowOutline(QSettings &settings);
+QList<StoredFile> readStoredFiles(QSettings &settings);
+QHash<QString, double> readReadPositions(QSettings &settings);
+
+// Writers store at once; a value that cannot be encoded leaves the store as it was.
+void writeTheme(QSettings &settings, TarnTheme theme);
+void writeShowOutline(QSettings &settings, bool show);
+void writeStoredFiles(QSettings &settings, const QList<StoredFile> &files);
+void writeReadPositions(QSettings &settings, const QHash<QString, double> &positions);
+
+} // namespace ModelSettings
