@@ -88,7 +88,10 @@ std::optional<std::size_t> placeholderNumber(u16v s, std::size_t at, std::size_t
 // Puts the code spans back. Doing it as "for k in 0..<n, replace every placeholder k" would
 // rescan the text n times; instead each placeholder is expanded where it stands, and the text
 // it brings in is expanded only for higher numbers, which is what the later rounds would see.
-void restoreCodeSpans(u16 &out, u16v s, const std::vector<u16> &codes, std::size_t minimum)
+// A span that lands inside an attribute value (a link or image address) has its quotes
+// escaped, or they would end the value early and turn the rest of the span into markup.
+void restoreCodeSpans(u16 &out, u16v s, const std::vector<u16> &codes, std::size_t minimum,
+                      const TagRanges &tags, bool inAttribute)
 {
     std::size_t copied = 0;
     std::size_t at = s.find(kPlaceholder);
@@ -97,7 +100,15 @@ void restoreCodeSpans(u16 &out, u16v s, const std::vector<u16> &codes, std::size
         const auto number = placeholderNumber(s, at + kPlaceholder.size(), &end);
         if (number && *number >= minimum && *number < codes.size()) {
             out.append(s.substr(copied, at - copied));
-            restoreCodeSpans(out, codes[*number], codes, *number + 1);
+            const bool quoted = inAttribute || insideTag(tags, at);
+            if (quoted) {
+                u16 expanded;
+                restoreCodeSpans(expanded, codes[*number], codes, *number + 1, {}, true);
+                replaceAll(expanded, u"\"", u"&quot;");
+                out.append(expanded);
+            } else {
+                restoreCodeSpans(out, codes[*number], codes, *number + 1, {}, false);
+            }
             copied = end;
             at = s.find(kPlaceholder, end);
         } else {
@@ -158,7 +169,9 @@ u16 renderInline(u16v text)
         return s;
     u16 out;
     out.reserve(s.size() + codes.size() * 8);
-    restoreCodeSpans(out, s, codes, 0);
+    // Every "<" here opens a tag of the link or image passes: the source's own were escaped.
+    const TagRanges tags = s.find(u'<') != u16::npos ? tagRanges(s) : TagRanges();
+    restoreCodeSpans(out, s, codes, 0, tags, false);
     return out;
 }
 

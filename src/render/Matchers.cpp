@@ -79,30 +79,10 @@ Outcome matchBracketsAndAddress(u16v s, std::size_t open, bool textMayBeEmpty,
     return Outcome::matched;
 }
 
-// Ranges [begin, end) of the tags in `s`: every "<" up to the next ">".
-std::vector<std::pair<std::size_t, std::size_t>> tagRanges(u16v s)
-{
-    std::vector<std::pair<std::size_t, std::size_t>> ranges;
-    for (std::size_t at = s.find(u'<'); at != npos; at = s.find(u'<', at + 1)) {
-        const std::size_t close = s.find(u'>', at + 1);
-        if (close == npos)
-            break;
-        ranges.emplace_back(at, close + 1);
-        at = close;
-    }
-    return ranges;
-}
-
-bool insideTag(const std::vector<std::pair<std::size_t, std::size_t>> &tags, std::size_t at)
-{
-    auto after = std::upper_bound(tags.begin(), tags.end(), std::make_pair(at, npos));
-    return after != tags.begin() && std::prev(after)->second > at;
-}
-
 std::vector<Match> findBracketed(u16v s, u16v opener, bool textMayBeEmpty,
                                  bool keepTagsWhole = false)
 {
-    const auto tags = keepTagsWhole ? tagRanges(s) : decltype(tagRanges(s))();
+    const TagRanges tags = keepTagsWhole ? tagRanges(s) : TagRanges();
     std::vector<Match> matches;
     CachedFind closeBracket(s, u']');
     CachedFind closeParen(s, u')');
@@ -131,6 +111,35 @@ std::vector<Match> findBracketed(u16v s, u16v opener, bool textMayBeEmpty,
 }
 
 } // namespace
+
+// Ranges [begin, end) of the tags in `s`: every "<" up to the next ">".
+TagRanges tagRanges(u16v s)
+{
+    TagRanges ranges;
+    for (std::size_t at = s.find(u'<'); at != npos; at = s.find(u'<', at)) {
+        // Attribute values may hold tags of the emphasis passes; a ">" only ends the tag
+        // outside quotes. Every quote inside a tag is one of the renderer's own delimiters.
+        bool quoted = false;
+        std::size_t i = at + 1;
+        for (; i < s.size(); ++i) {
+            if (s[i] == u'"')
+                quoted = !quoted;
+            else if (s[i] == u'>' && !quoted)
+                break;
+        }
+        if (i >= s.size())
+            break;
+        ranges.emplace_back(at, i + 1);
+        at = i + 1;
+    }
+    return ranges;
+}
+
+bool insideTag(const TagRanges &tags, std::size_t at)
+{
+    auto after = std::upper_bound(tags.begin(), tags.end(), std::make_pair(at, npos));
+    return after != tags.begin() && std::prev(after)->second > at;
+}
 
 std::vector<Match> findCodeSpans(u16v s)
 {

@@ -48,6 +48,11 @@ struct Match
     std::size_t g2Begin = 0, g2End = 0;
 };
 
+// Ranges [begin, end) of the tags in `s`: from each "<" to the next ">" outside quotes.
+using TagRanges = std::vector<std::pair<std::size_t, std::size_t>>;
+TagRanges tagRanges(u16v s);
+bool insideTag(const TagRanges &tags, std::size_t at);
+
 // Each finder returns the non-overlapping matches, left to right, exactly as an ICU regular
 // expression search of the quoted pattern would find them.
 std::vector<Match> findCodeSpans(u16v s); // `([^`]+)`

@@ -92,6 +92,12 @@ void InlineTest::renderInline_data()
     QTest::newRow("link around a whole image tag")
         << "[a](x ![i](y) )"
         << "<a href=\"x &lt;img alt=&quot;i&quot; src=&quot;y&quot;&gt;\">a</a>";
+    QTest::newRow("quotes of a code span in an address")
+        << "[x](`\" onmouseover=\"a`) `\"q\"`"
+        << "<a href=\"<code>&quot; onmouseover=&quot;a</code>\">x</a> <code>\"q\"</code>";
+    QTest::newRow("code span quotes in a src after emphasis in the alt")
+        << "![a_b_c](`\"x`)"
+        << "<img alt=\"a<em>b</em>c\" src=\"<code>&quot;x</code>\">";
     QTest::newRow("no autolinks") << "<http://a.b>"
                                   << "&lt;http://a.b&gt;";
 
