@@ -1,0 +1,23 @@
+// Script texts the host evaluates in reader pages, and JavaScript literal encoding for them.
+#pragma once
+
+#include <QString>
+
+namespace ReaderScripts {
+
+// True once the reader script has finished starting up, and on pages without it.
+inline constexpr char readinessTest[] =
+    "Boolean(window.tarnReadyDone || typeof window.tarnReady === \"undefined\");";
+
+// The full height of the page in CSS pixels.
+inline constexpr char heightMeasurement[] =
+    "Math.max(\n"
+    "  document.body ? document.body.scrollHeight : 0,\n"
+    "  document.documentElement ? document.documentElement.scrollHeight : 0\n"
+    ");";
+
+// `text` as a double-quoted JavaScript string literal that reads back to exactly the same
+// UTF-16 code units (lone surrogates included).
+QString stringLiteral(const QString &text);
+
+} // namespace ReaderScripts
