@@ -1,20 +1,26 @@
 // Entry point: conversions run without a window; otherwise the program opens its window.
 #include "CommandLine.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 
 #include <cstdio>
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
-    const auto parsed = TarnCommandLine::parse(app.arguments());
+    const auto parsed = TarnCommandLine::parse(TarnCommandLine::argumentList(argc, argv));
     if (!parsed.options) {
         std::fprintf(stderr, "tarn: %s\n\n%s", qUtf8Printable(parsed.error),
                      qUtf8Printable(TarnCommandLine::usageText()));
         return 2;
     }
     const TarnCommandLine::Options &options = *parsed.options;
+    if (options.mode == TarnCommandLine::Mode::ExportPdf) {
+        TarnCommandLine::prepareWebEngineWithoutWindow();
+        QApplication app(argc, argv);
+        return TarnCommandLine::runPdfExport(options, stderr);
+    }
+    QCoreApplication app(argc, argv);
     switch (options.mode) {
     case TarnCommandLine::Mode::Help:
         std::fputs(qUtf8Printable(TarnCommandLine::usageText()), stdout);
@@ -26,8 +32,7 @@ int main(int argc, char *argv[])
     case TarnCommandLine::Mode::Outline:
         return TarnCommandLine::runTextConversion(options, stdout, stderr);
     case TarnCommandLine::Mode::ExportPdf:
-        std::fputs("tarn: PDF export is not available in this build yet\n", stderr);
-        return 1;
+        break;
     case TarnCommandLine::Mode::Window:
         // The window arrives with the application shell; until then, explain the usage.
         std::fputs(qUtf8Printable(TarnCommandLine::usageText()), stdout);

@@ -1,11 +1,16 @@
-// Argument parsing and the window-less HTML and outline conversions.
+// Argument parsing and the window-less HTML, PDF and outline conversions.
 #include "CommandLine.h"
 
 #include "MarkdownRenderer.h"
 #include "TarnDocument.h"
+#include "TarnPDFExporter.h"
+#include "TarnUsageLogger.h"
 #include "TextFileReader.h"
+#include "WebEngineProcess.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
@@ -335,6 +340,89 @@ int runTextConversion(const Options &options, FILE *out, FILE *err)
             status = 1;
         }
     }
+    return status;
+}
+
+QStringList argumentList(int argc, char *argv[])
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    return arguments;
+}
+
+void prepareWebEngineWithoutWindow()
+{
+    // Without a display the web engine still lays pages out and prints on the offscreen
+    // platform.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    configureWebEngineForProcess();
+    // The engine reports its graphics set-up on every start; a conversion's standard error
+    // carries only its own failures, unless Qt's logging is asked for.
+    if (qEnvironmentVariableIsEmpty("QT_LOGGING_RULES")) {
+        static QtMessageHandler qtHandler = nullptr;
+        qtHandler = qInstallMessageHandler(
+            [](QtMsgType type, const QMessageLogContext &context, const QString &message) {
+                if (type != QtCriticalMsg && type != QtFatalMsg)
+                    return;
+                if (qtHandler)
+                    qtHandler(type, context, message);
+                else
+                    print(stderr, qFormatLogMessage(type, context, message) + u'\n');
+            });
+    }
+}
+
+int runPdfExport(const Options &options, FILE *err)
+{
+    QList<Job> jobs;
+    QString error;
+    if (!planJobs(options, QStringLiteral("pdf"), &jobs, &error)) {
+        print(err, QStringLiteral("tarn: %1\n").arg(error));
+        return 1;
+    }
+    int status = 0;
+    for (const Job &job : std::as_const(jobs)) {
+        if (job.output == QLatin1String("-")) {
+            print(err, QStringLiteral("tarn: -: PDF from standard input needs --output\n"));
+            status = 1;
+            continue;
+        }
+        const InputText text = readInput(job.input);
+        if (!text.ok) {
+            print(err, QStringLiteral("tarn: %1: %2\n").arg(job.input, text.error));
+            status = 1;
+            continue;
+        }
+        const RenderedMarkdown page = MarkdownRenderer::render(
+            text.text.toStdU16String(), options.theme, job.title.toStdU16String());
+        // Relative images resolve against the document's folder, as in the reader.
+        const QString folder = job.input == QLatin1String("-")
+                                   ? QDir::currentPath()
+                                   : QFileInfo(job.input).absolutePath();
+        PdfExportResult result;
+        bool finished = false;
+        QEventLoop loop;
+        TarnPDFExporter::exportPdf(toQString(page.html), QUrl::fromLocalFile(folder + u'/'),
+                                   QUrl::fromLocalFile(QFileInfo(job.output).absoluteFilePath()),
+                                   [&](const PdfExportResult &outcome) {
+                                       result = outcome;
+                                       finished = true;
+                                       loop.quit();
+                                   });
+        if (!finished)
+            loop.exec();
+        // The exporter and its view go away now, before the engine shuts down.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        if (!result.ok) {
+            print(err, QStringLiteral("tarn: %1: cannot write \"%2\": %3\n")
+                           .arg(job.input, job.output, result.errorString));
+            status = 1;
+        }
+    }
+    TarnUsageLogger::shared().flush();
     return status;
 }
 

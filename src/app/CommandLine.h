@@ -67,4 +67,14 @@ bool writeOutput(const QString &output, const QByteArray &bytes, QString *error)
 // Runs --export html and --outline; returns the process exit status.
 int runTextConversion(const Options &options, FILE *out, FILE *err);
 
+// The program's arguments, decoded as QCoreApplication::arguments() would, before it exists.
+QStringList argumentList(int argc, char *argv[]);
+
+// Call before QApplication exists: picks the offscreen platform when there is no display and
+// sets up the web engine's process.
+void prepareWebEngineWithoutWindow();
+
+// Runs --export pdf inside a QApplication, one file after another; returns the exit status.
+int runPdfExport(const Options &options, FILE *err);
+
 } // namespace TarnCommandLine

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 #include <unistd.h>
 
@@ -11,6 +12,8 @@ void configureWebEngineForProcess()
     // The web engine and the widgets share OpenGL contexts; Qt asks for this before the app.
     if (!QCoreApplication::instance())
         QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    // Qt 6.4 prints its whole graphics set-up at every start otherwise.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.webenginecontext.info=false"));
 
     if (::geteuid() != 0)
         return;
