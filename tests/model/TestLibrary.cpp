@@ -43,50 +43,44 @@ private slots:
                  std::optional(files));
     }
 
-    void rememberWritesTheStoreTwice()
-    {
-        ModelHarness h;
-        h.model->openURLs({h.file("a.md", "a"), h.file("b.md", "b")}, false);
-        QList<int> sizes;
-        connect(h.model.get(), &AppModel::storedFilesChanged, this,
-                [&] { sizes.append(int(h.model->storedFiles().size())); });
-        h.model->rememberFile(h.url("a.md"));
-        QCOMPARE(sizes, (QList<int>{1, 2}));
-    }
-
     void favouriteLifecycle_data()
     {
+        QTest::addColumn<bool>("bookmarkOnOpen");
         QTest::addColumn<QStringList>("steps");
         QTest::addColumn<bool>("present");
         QTest::addColumn<bool>("favorite");
         QTest::addColumn<bool>("dated");
         QTest::addColumn<bool>("shown");
-        QTest::newRow("recent") << QStringList{} << true << false << true << true;
+        QTest::newRow("recent") << false << QStringList{} << true << false << true << true;
         QTest::newRow("favourite twice is recent again")
-            << QStringList{"fav", "fav"} << true << false << true << true;
-        QTest::newRow("remove recent") << QStringList{"remove"} << false << false << false << false;
+            << false << QStringList{"fav", "fav"} << true << false << true << true;
+        QTest::newRow("remove recent")
+            << false << QStringList{"remove"} << false << false << false << false;
         QTest::newRow("favourite taken off recent stays")
-            << QStringList{"fav", "remove"} << true << true << false << true;
+            << false << QStringList{"fav", "remove"} << true << true << false << true;
         QTest::newRow("then unmarked, gone")
-            << QStringList{"fav", "remove", "fav"} << false << false << false << false;
+            << false << QStringList{"fav", "remove", "fav"} << false << false << false << false;
+        QTest::newRow("favourite keeps the bookmark made on opening")
+            << true << QStringList{"fav"} << true << true << true << true;
     }
     void favouriteLifecycle()
     {
+        QFETCH(bool, bookmarkOnOpen);
         QFETCH(QStringList, steps);
         QFETCH(bool, present);
         QFETCH(bool, favorite);
         QFETCH(bool, dated);
         QFETCH(bool, shown);
         ModelHarness h;
-        // The first bookmark (made on opening) fails, later ones succeed.
+        // Unless bookmarkOnOpen, the first bookmark (made on opening) fails.
         int bookmarks = 0;
         h.platform.bookmarkMaker = [&](const QUrl &url) -> std::optional<QByteArray> {
-            if (++bookmarks == 1)
+            if (++bookmarks == 1 && !bookmarkOnOpen)
                 return std::nullopt;
             return url.toEncoded() + "#" + QByteArray::number(bookmarks);
         };
         h.model->openURLs({h.file("a.md", "a")}, false);
-        QVERIFY(!entryFor(*h.model, h.path("a.md"))->bookmarkData);
+        QCOMPARE(entryFor(*h.model, h.path("a.md"))->bookmarkData.has_value(), bookmarkOnOpen);
         for (const QString &step : steps) {
             const StoredFile file = *entryFor(*h.model, h.path("a.md"));
             if (step == "fav")
@@ -99,10 +93,11 @@ private slots:
         if (entry) {
             QCOMPARE(entry->isFavorite, favorite);
             QCOMPARE(entry->lastOpenedAt.has_value(), dated);
-            // Made by the first favourite mark, kept by the second.
+            // Made once, on opening or by the first favourite mark, and then kept.
             const std::optional<QByteArray> expected =
-                steps.contains("fav") ? std::optional(h.url("a.md").toEncoded() + "#2")
-                                      : std::nullopt;
+                bookmarkOnOpen          ? std::optional(h.url("a.md").toEncoded() + "#1")
+                : steps.contains("fav") ? std::optional(h.url("a.md").toEncoded() + "#2")
+                                        : std::nullopt;
             QCOMPARE(entry->bookmarkData, expected);
         }
         QCOMPARE(h.model->filteredStoredFiles().size(), shown ? 1 : 0);
@@ -157,13 +152,6 @@ private slots:
         }
         QCOMPARE(h.model->selectedDocument()->fileName(), opened);
         QVERIFY(!h.model->alert());
-    }
-
-    void showInFinderRevealsThePath()
-    {
-        ModelHarness h;
-        h.model->showInFinder(StoredFile{"/nowhere/x.md", "x.md", std::nullopt, true, 1});
-        QCOMPARE(h.platform.revealedPaths, QStringList{"/nowhere/x.md"});
     }
 };
 

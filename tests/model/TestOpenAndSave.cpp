@@ -241,39 +241,20 @@ private slots:
             QCOMPARE(readFile(h.path("rescued.md")), QByteArray("edited"));
     }
 
-    void saveAsKeepsTheTabOnItsFile()
+    void saveAs_data()
     {
-        ModelHarness h;
-        h.model->openURLs({h.file("a.md", "old")}, false);
-        TarnDocument *document = h.model->selectedDocument();
-        h.model->toggleEditing();
-        document->updateDraft("draft");
-        h.platform.savePanelAnswers = {h.url("copy.md")};
-
-        QVERIFY(h.model->saveDocumentAs(document));
-        QCOMPARE(h.platform.savePanels.first().title, QStringLiteral("另存为 Markdown 文件"));
-        QCOMPARE(h.platform.savePanels.first().suggestedName, QStringLiteral("a.md"));
-        QCOMPARE(readFile(h.path("copy.md")), QByteArray("draft"));
-        QCOMPARE(readFile(h.path("a.md")), QByteArray("old"));
-        QCOMPARE(document->url(), h.url("a.md"));
-        QVERIFY(!document->isDirty());
-        QCOMPARE(h.model->storedFiles().last().path, h.path("copy.md"));
-        const LogLine line = h.log().last();
-        QCOMPARE(line.event, QStringLiteral("file.save_as.success"));
-        QCOMPARE(line.metadata,
-                 (QMap<QString, QString>{{"file", "a.md"}, {"path", h.path("copy.md")}}));
-    }
-
-    void saveAsCancelledOrFailing_data()
-    {
-        QTest::addColumn<bool>("cancel");
+        QTest::addColumn<QString>("target"); // "" for a cancelled panel
         QTest::addColumn<QString>("event");
-        QTest::newRow("cancelled") << true << "file.save_as.cancelled";
-        QTest::newRow("target is a folder") << false << "file.save_as.failure";
+        QTest::newRow("new file") << "copy.md"
+                                  << "file.save_as.success";
+        QTest::newRow("cancelled") << ""
+                                   << "file.save_as.cancelled";
+        QTest::newRow("target is a folder") << "taken.md"
+                                            << "file.save_as.failure";
     }
-    void saveAsCancelledOrFailing()
+    void saveAs()
     {
-        QFETCH(bool, cancel);
+        QFETCH(QString, target);
         QFETCH(QString, event);
         ModelHarness h;
         h.model->openURLs({h.file("a.md", "old")}, false);
@@ -281,15 +262,29 @@ private slots:
         h.model->toggleEditing();
         document->updateDraft("draft");
         QDir(h.dir.path()).mkdir("taken.md");
-        if (!cancel)
-            h.platform.savePanelAnswers = {h.url("taken.md")};
+        if (!target.isEmpty())
+            h.platform.savePanelAnswers = {h.url(target)};
 
-        QVERIFY(!h.model->saveDocumentAs(document));
-        QVERIFY(document->isDirty());
-        QCOMPARE(h.events().last(), event);
-        QCOMPARE(bool(h.model->alert()), !cancel);
-        if (!cancel)
+        const bool saved = event == "file.save_as.success";
+        QCOMPARE(h.model->saveDocumentAs(document), saved);
+        QCOMPARE(h.platform.savePanels.first().title, QStringLiteral("另存为 Markdown 文件"));
+        QCOMPARE(h.platform.savePanels.first().suggestedName, QStringLiteral("a.md"));
+        const LogLine line = h.log().last();
+        QCOMPARE(line.event, event);
+        QCOMPARE(line.metadata.value("file"), QStringLiteral("a.md"));
+        QCOMPARE(readFile(h.path("a.md")), QByteArray("old"));
+        // The tab keeps its own file even when the draft went elsewhere.
+        QCOMPARE(document->url(), h.url("a.md"));
+        QCOMPARE(document->isDirty(), !saved);
+        QCOMPARE(bool(h.model->alert()), event == "file.save_as.failure");
+        if (saved) {
+            QCOMPARE(readFile(h.path(target)), QByteArray("draft"));
+            QCOMPARE(line.metadata.value("path"), h.path(target));
+            QCOMPARE(h.model->storedFiles().last().path, h.path(target));
+        } else if (h.model->alert()) {
             QCOMPARE(h.model->alert()->title, QStringLiteral("保存失败"));
+            QCOMPARE(h.model->alert()->message, line.metadata.value("error"));
+        }
     }
 };
 

@@ -158,13 +158,6 @@ private slots:
         }
     }
 
-    void linkWithoutDocumentHasEmptySource()
-    {
-        ModelHarness h;
-        h.model->openLink(QUrl("https://example.com"), nullptr);
-        QCOMPARE(h.log().last().metadata.value("source"), QString());
-    }
-
     void exportHtmlWritesTheRenderedDraft()
     {
         ModelHarness h;

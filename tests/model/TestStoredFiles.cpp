@@ -102,31 +102,6 @@ private slots:
         QVERIFY(!json->contains('\n')); // compact
     }
 
-    void referenceDateSeconds()
-    {
-        const QDateTime time(QDate(2001, 1, 1), QTime(0, 0, 1, 500), QTimeZone::utc());
-        QCOMPARE(StoredFiles::secondsSinceReferenceDate(time), 1.5);
-        QCOMPARE(StoredFiles::dateFromReferenceSeconds(1.5), time);
-    }
-
-    void subtitle_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("subtitle");
-        QTest::newRow("nested") << "/Users/a/docs/x.md"
-                                << "/Users/a/docs";
-        QTest::newRow("at root") << "/x.md"
-                                 << "/";
-        QTest::newRow("trailing slash") << "/a/b/"
-                                        << "/a";
-    }
-    void subtitle()
-    {
-        QFETCH(QString, path);
-        QFETCH(QString, subtitle);
-        QCOMPARE(entry(path, false, 1).subtitle(), subtitle);
-    }
-
     void filtered_data()
     {
         QTest::addColumn<QList<StoredFile>>("files");

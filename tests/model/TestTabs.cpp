@@ -170,29 +170,6 @@ private slots:
         QVERIFY(h.model->confirmBeforeTerminating()); // nothing left to ask
         QCOMPARE(h.platform.alerts.size(), asked);
     }
-
-    void openPanelOpensTheChosenFiles()
-    {
-        ModelHarness h;
-        const QUrl a = h.file("a.md", "a");
-        const QUrl b = h.file("b.txt", "b");
-        h.platform.openPanelAnswers = {{a, b}};
-        h.model->presentOpenPanel();
-        const OpenPanelOptions panel = h.platform.openPanels.first();
-        QCOMPARE(panel.title, QStringLiteral("打开 Markdown 文件"));
-        QVERIFY(panel.allowsMultipleSelection);
-        QVERIFY(!panel.canChooseDirectories);
-        QCOMPARE(tabNames(h), (QStringList{"a.md", "b.txt"}));
-    }
-
-private:
-    static QStringList tabNames(ModelHarness &h)
-    {
-        QStringList names;
-        for (TarnDocument *document : h.model->tabs())
-            names.append(document->fileName());
-        return names;
-    }
 };
 
 int runTestTabs(int argc, char **argv)
