@@ -97,10 +97,13 @@ std::vector<Match> findBracketed(u16v s, u16v opener, bool textMayBeEmpty,
             s, start + opener.size() - 1, textMayBeEmpty, closeBracket, closeParen, match);
         if (outcome == Outcome::failsEverywhereAfter)
             break;
-        // A match that begins or ends inside a tag would split the tag and leave its
-        // attribute quotes unbalanced, letting source text become markup.
-        if (outcome == Outcome::failedHere ||
-            (!tags.empty() && (insideTag(tags, match.begin) || insideTag(tags, match.end - 1)))) {
+        // A match whose brackets or parentheses fall inside a tag would split the tag and
+        // leave its attribute quotes unbalanced, letting source text become markup.
+        const auto splitsTag = [&] {
+            return insideTag(tags, match.begin) || insideTag(tags, match.g1End) ||
+                   insideTag(tags, match.g2Begin - 1) || insideTag(tags, match.end - 1);
+        };
+        if (outcome == Outcome::failedHere || (!tags.empty() && splitsTag())) {
             from = start + 1;
             continue;
         }

@@ -89,6 +89,8 @@ void InlineTest::renderInline_data()
     QTest::newRow("link may not split an image tag")
         << "![[b](c](d) e) ![i](x.png [l](y) z)"
         << "<img alt=\"[b\" src=\"c](d\"> e) <img alt=\"i\" src=\"x.png [l](y\"> z)";
+    QTest::newRow("link brackets around an image address") << "[![](q](ba))"
+                                                           << "[<img alt=\"\" src=\"q](ba\">)";
     QTest::newRow("link around a whole image tag")
         << "[a](x ![i](y) )"
         << "<a href=\"x &lt;img alt=&quot;i&quot; src=&quot;y&quot;&gt;\">a</a>";
