@@ -89,7 +89,8 @@ private slots:
     void pageSize();
     void longDocumentIsPrintedToTheEnd();
     void diagramsAreDrawnBeforePrinting();
-    void pageThatNeverGetsReadyIsPrintedAfterTimeout();
+    void problemsAreLoggedAndPrintedAnyway_data();
+    void problemsAreLoggedAndPrintedAnyway();
     void failuresCompleteOnceAndWriteNothing_data();
     void failuresCompleteOnceAndWriteNothing();
     void concurrentExportsReplaceExistingFiles();
@@ -140,11 +141,11 @@ void ReaderPdfTest::pageSize()
 void ReaderPdfTest::longDocumentIsPrintedToTheEnd()
 {
     QString markdown = QStringLiteral("# Long\n\nFirst line.\n\n");
+    // Long paragraphs take more lines in the narrower printed column.
     for (int i = 0; i < 300; ++i)
-        markdown += QStringLiteral("Paragraph %1 with enough words to wrap over several lines "
-                                   "once the printed column is narrower than the screen one, "
-                                   "which it is.\n\n")
-                        .arg(i);
+        markdown += QStringLiteral("Paragraph %1 ").arg(i) +
+                    QStringLiteral("with enough words to wrap over several lines. ").repeated(12) +
+                    QStringLiteral("\n\n");
     markdown += QStringLiteral("The very last line.");
     const QString path = m_folder.filePath(QStringLiteral("long.pdf"));
     auto done = startExport(ReaderTestPages::render(markdown), QUrl::fromLocalFile(path));
@@ -174,22 +175,50 @@ void ReaderPdfTest::diagramsAreDrawnBeforePrinting()
     QCOMPARE(newLogLines(), QStringList());
 }
 
-void ReaderPdfTest::pageThatNeverGetsReadyIsPrintedAfterTimeout()
+void ReaderPdfTest::problemsAreLoggedAndPrintedAnyway_data()
 {
-    const QString path = m_folder.filePath(QStringLiteral("slow.pdf"));
-    auto done = startExport(QStringLiteral("<!doctype html><p>Slow page</p><script>"
-                                           "window.tarnReady = new Promise(() => {});"
-                                           "window.tarnReadyDone = false;</script>"),
-                            QUrl::fromLocalFile(path));
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QString>("event");
+    QTest::addColumn<QString>("error"); // expected in the logged line; empty: no "error"
+    QTest::addColumn<double>("cssHeight");
+
+    QTest::newRow("never ready") << "window.tarnReady = new Promise(() => {});"
+                                    "window.tarnReadyDone = false;"
+                                 << "export.pdf.ready_timeout"
+                                 << "" << 1200.0;
+    QTest::newRow("readiness test throws")
+        << "Object.defineProperty(window, 'tarnReadyDone', { get() { throw new Error('boom'); } });"
+        << "export.pdf.ready_check_failed"
+        << "Error: boom" << 1200.0;
+    QTest::newRow("height cannot be measured")
+        << "document.querySelector('p').style.height = '3000px';"
+           "Object.defineProperty(document, 'body', { get() { throw new Error('no body'); } });"
+        << "export.pdf.height_measure_failed"
+        << "Error: no body" << 1200.0;
+}
+
+void ReaderPdfTest::problemsAreLoggedAndPrintedAnyway()
+{
+    QFETCH(QString, script);
+    QFETCH(QString, event);
+    QFETCH(QString, error);
+    QFETCH(double, cssHeight);
+    const QString path = m_folder.filePath(QStringLiteral("problem.pdf"));
+    auto done = startExport(
+        QStringLiteral("<!doctype html><p>Printed anyway</p><script>%1</script>").arg(script),
+        QUrl::fromLocalFile(path));
     QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 30000);
     QVERIFY(done->result.ok);
-    QVERIFY(readPdf(path).text.contains(QStringLiteral("Slow page")));
+    const PdfFacts pdf = readPdf(path);
+    QVERIFY(pdf.text.contains(QStringLiteral("Printed anyway")));
+    QVERIFY(std::abs(pdf.width / pdf.height - 900.0 / cssHeight) < 0.001);
 
     const QStringList lines = newLogLines();
     QCOMPARE(lines.size(), 1);
-    QVERIFY2(lines.first().contains(QStringLiteral("export.pdf.ready_timeout")),
-             qPrintable(lines.first()));
+    QVERIFY2(lines.first().contains(u' ' + event + u' '), qPrintable(lines.first()));
     QVERIFY2(lines.first().contains(path), qPrintable(lines.first()));
+    QCOMPARE(lines.first().contains(QStringLiteral("error=")), !error.isEmpty());
+    QVERIFY2(lines.first().contains(error), qPrintable(lines.first()));
 }
 
 void ReaderPdfTest::failuresCompleteOnceAndWriteNothing_data()
