@@ -1,0 +1,118 @@
+// Full case folding of UTF-16 text with a map back to the original offsets, and the search on it.
+#include "CaseFoldedSearch.h"
+
+#include <unicode/uchar.h>
+#include <unicode/ustring.h>
+#include <unicode/utf16.h>
+
+#include <array>
+#include <memory>
+
+namespace {
+
+// Marks BMP units whose folding is not a single unit (or that are surrogates) in the table.
+constexpr char16_t needsFullFolding = 0xFFFF;
+
+// Single-unit foldings of the whole BMP, so that the common case costs one lookup instead of an
+// ICU call per character.
+const std::array<char16_t, 0x10000> &bmpFoldTable()
+{
+    static const std::unique_ptr<std::array<char16_t, 0x10000>> table = [] {
+        auto result = std::make_unique<std::array<char16_t, 0x10000>>();
+        for (char32_t c = 0; c < 0x10000; ++c) {
+            char16_t &slot = (*result)[c];
+            slot = needsFullFolding;
+            if (U16_IS_SURROGATE(c) || c == needsFullFolding)
+                continue;
+            const UChar source = UChar(c);
+            UChar folded[4];
+            UErrorCode status = U_ZERO_ERROR;
+            const int32_t length =
+                u_strFoldCase(folded, 4, &source, 1, U_FOLD_CASE_DEFAULT, &status);
+            if (U_SUCCESS(status) && length == 1)
+                slot = folded[0];
+        }
+        return result;
+    }();
+    return *table;
+}
+
+} // namespace
+
+void foldText(QStringView text, int from, int to, FoldedText &out)
+{
+    const auto &table = bmpFoldTable();
+    const char16_t *units = reinterpret_cast<const char16_t *>(text.utf16());
+    out.units.clear();
+    out.sources.clear();
+    out.units.reserve(size_t(to - from));
+    out.sources.reserve(size_t(to - from) + 1);
+    for (int i = from; i < to;) {
+        const char16_t unit = units[i];
+        const char16_t single = table[unit];
+        if (single != needsFullFolding) {
+            out.units.push_back(single);
+            out.sources.push_back(i);
+            ++i;
+            continue;
+        }
+        int width = 1;
+        if (U16_IS_LEAD(unit) && i + 1 < to && U16_IS_TRAIL(units[i + 1]))
+            width = 2;
+        UChar folded[8];
+        UErrorCode status = U_ZERO_ERROR;
+        const int32_t length = u_strFoldCase(folded, 8, reinterpret_cast<const UChar *>(units + i),
+                                             width, U_FOLD_CASE_DEFAULT, &status);
+        if (U_SUCCESS(status) && length > 0) {
+            for (int32_t k = 0; k < length; ++k) {
+                out.units.push_back(folded[k]);
+                out.sources.push_back(i);
+            }
+        } else {
+            for (int k = 0; k < width; ++k) {
+                out.units.push_back(units[i + k]);
+                out.sources.push_back(i);
+            }
+        }
+        i += width;
+    }
+    out.sources.push_back(to);
+}
+
+CaseFoldedSearch::CaseFoldedSearch(QStringView query)
+{
+    FoldedText folded;
+    foldText(query, 0, int(query.size()), folded);
+    m_folded = std::move(folded.units);
+}
+
+qsizetype CaseFoldedSearch::nextCandidate(const FoldedText &folded, qsizetype at) const
+{
+    const std::u16string_view haystack(folded.units);
+    const qsizetype queryLength = qsizetype(m_folded.size());
+    const auto &sources = folded.sources;
+    for (;;) {
+        const size_t hit = haystack.find(m_folded, size_t(at));
+        if (hit == std::u16string_view::npos)
+            return -1;
+        // A match has to cover whole foldings: "s" must not match half of the "ss" that "ß"
+        // folds to.
+        const bool startsWhole = hit == 0 || sources[hit] != sources[hit - 1];
+        const size_t end = hit + size_t(queryLength);
+        const bool endsWhole = sources[end] != sources[end - 1];
+        if (startsWhole && endsWhole)
+            return qsizetype(hit);
+        at = qsizetype(hit) + 1;
+    }
+}
+
+QList<EditorRange> CaseFoldedSearch::findAll(QStringView text) const
+{
+    QList<EditorRange> matches;
+    const int length = int(text.size());
+    scan(text, 0, length, length, [&](EditorRange range) {
+        matches.append(range);
+        return true;
+    });
+    return matches;
+}

@@ -1,0 +1,17 @@
+// Runs every editor test class in one binary.
+#include <QApplication>
+#include <QTest>
+
+int runCaseFoldedSearchTests(int argc, char **argv);
+int runFormattingCommandsTests(int argc, char **argv);
+int runFindReplaceTests(int argc, char **argv);
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    int failures = 0;
+    failures += runCaseFoldedSearchTests(argc, argv);
+    failures += runFormattingCommandsTests(argc, argv);
+    failures += runFindReplaceTests(argc, argv);
+    return failures == 0 ? 0 : 1;
+}
