@@ -1,0 +1,25 @@
+// Keeps menu titles Chinese: English titles that Qt or the desktop insert are translated.
+#pragma once
+
+#include <QHash>
+#include <QString>
+
+#include <functional>
+
+class QMenu;
+class QMenuBar;
+
+namespace MenuLocalizer {
+
+// English title -> Chinese title, matched on the whole title, case-sensitively.
+const QHash<QString, QString> &translations();
+
+// Translates every item of `menu` whose title is in the table, and its submenus, recursively.
+void localize(QMenu *menu);
+
+// Localises the whole bar. `install` rebuilds an empty bar; `makeThemeMenu` supplies a new
+// "主题" menu when the bar has lost it.
+void localizeMenuBar(QMenuBar *bar, const std::function<void(QMenuBar *)> &install,
+                     const std::function<QMenu *(QMenuBar *)> &makeThemeMenu);
+
+} // namespace MenuLocalizer

@@ -1,0 +1,108 @@
+// Qt implementations of panels and alerts; D-Bus for the file manager; xbel for recent files.
+#include "QtPlatform.h"
+
+#include "RecentDocuments.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDesktopServices>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QMimeDatabase>
+#include <QPushButton>
+
+namespace {
+
+void applyMimeFilters(QFileDialog &dialog, const QStringList &mimeTypes)
+{
+    if (mimeTypes.isEmpty())
+        return;
+    QStringList filters = mimeTypes;
+    // Markdown files are often typed as plain text by older MIME databases; offer both at once.
+    dialog.setMimeTypeFilters(filters);
+    QStringList patterns;
+    const QMimeDatabase database;
+    for (const QString &name : mimeTypes)
+        patterns << database.mimeTypeForName(name).globPatterns();
+    if (patterns.size() > 1) {
+        QStringList nameFilters = dialog.nameFilters();
+        nameFilters.prepend(QStringLiteral("Markdown / 文本 (%1)").arg(patterns.join(u' ')));
+        dialog.setNameFilters(nameFilters);
+        dialog.selectNameFilter(nameFilters.first());
+    }
+}
+
+} // namespace
+
+QList<QUrl> QtPlatform::runOpenPanel(const OpenPanelOptions &options)
+{
+    QFileDialog dialog(m_window, options.title);
+    dialog.setAcceptMode(QFileDialog::AcceptOpen);
+    dialog.setFileMode(options.canChooseDirectories      ? QFileDialog::Directory
+                       : options.allowsMultipleSelection ? QFileDialog::ExistingFiles
+                                                         : QFileDialog::ExistingFile);
+    applyMimeFilters(dialog, options.allowedMimeTypes);
+    if (dialog.exec() != QDialog::Accepted)
+        return {};
+    return dialog.selectedUrls();
+}
+
+std::optional<QUrl> QtPlatform::runSavePanel(const SavePanelOptions &options)
+{
+    QFileDialog dialog(m_window, options.title);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    applyMimeFilters(dialog, options.allowedMimeTypes);
+    dialog.selectFile(options.suggestedName);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedUrls().isEmpty())
+        return std::nullopt;
+    return dialog.selectedUrls().constFirst();
+}
+
+int QtPlatform::runModalAlert(const ModalAlert &alert)
+{
+    QMessageBox box(m_window);
+    box.setIcon(alert.style == AlertStyle::critical ? QMessageBox::Critical : QMessageBox::Warning);
+    box.setWindowTitle(QStringLiteral("Tarn"));
+    box.setText(alert.message);
+    box.setInformativeText(alert.informativeText);
+    QList<QAbstractButton *> buttons;
+    for (qsizetype i = 0; i < alert.buttons.size(); ++i) {
+        // First button is the default; a last one of several is what Escape presses.
+        const auto role = i == 0 ? QMessageBox::AcceptRole
+                          : (i == alert.buttons.size() - 1 && alert.buttons.size() > 2)
+                              ? QMessageBox::RejectRole
+                              : QMessageBox::DestructiveRole;
+        buttons << box.addButton(alert.buttons[i], role);
+    }
+    if (!buttons.isEmpty())
+        box.setDefaultButton(qobject_cast<QPushButton *>(buttons.first()));
+    box.exec();
+    return int(buttons.indexOf(box.clickedButton()));
+}
+
+void QtPlatform::openWithDefaultHandler(const QUrl &url)
+{
+    QDesktopServices::openUrl(url);
+}
+
+void QtPlatform::revealInFileManager(const QString &path)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"),
+        QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 3000);
+    if (reply.type() == QDBusMessage::ReplyMessage)
+        return;
+    // No file manager answers on the bus: open the folder instead.
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
+}
+
+void QtPlatform::noteRecentDocument(const QUrl &url)
+{
+    const QString mimeType = QMimeDatabase().mimeTypeForFile(url.toLocalFile()).name();
+    RecentDocuments::add(RecentDocuments::defaultPath(), url, mimeType);
+}
