@@ -1,0 +1,36 @@
+// Window colours for each reading theme, and the palette and style the main window wears.
+#pragma once
+
+#include "TarnTheme.h"
+
+#include <QColor>
+#include <QFont>
+#include <QPalette>
+
+class QWidget;
+
+namespace WindowChrome {
+
+QColor toColor(TarnRGB rgb);
+QColor withAlpha(QColor color, double alpha);
+bool isDark(TarnTheme theme);
+
+QColor background(TarnTheme theme);
+QColor sidebar(TarnTheme theme);
+QColor accent(TarnTheme theme);
+// Label colours of the theme's light or dark appearance.
+QColor primaryText(TarnTheme theme);
+QColor secondaryText(TarnTheme theme);
+// Hairlines between the bars and panes.
+QColor separator(TarnTheme theme);
+
+// Window = the theme's background, text in the appearance's label colour, highlight = accent.
+QPalette palette(TarnTheme theme);
+// Gives `window` and everything in it the theme's palette.
+void apply(QWidget *window, TarnTheme theme);
+// Paints `widget`'s own background in `color` (opaque colours only).
+void fillBackground(QWidget *widget, const QColor &color);
+
+QFont scaledFont(const QFont &base, int pixelSize, QFont::Weight weight = QFont::Normal);
+
+} // namespace WindowChrome
