@@ -93,10 +93,12 @@ const QHash<QString, QString> &translations()
     return table;
 }
 
-void localize(QMenu *menu)
+void localize(QMenu *menu, const MenuVisitor &visit)
 {
     if (!menu)
         return;
+    if (visit)
+        visit(menu);
     const QHash<QString, QString> &table = translations();
     for (QAction *action : menu->actions()) {
         const auto found = table.constFind(action->text());
@@ -106,13 +108,14 @@ void localize(QMenu *menu)
             const auto title = table.constFind(submenu->title());
             if (title != table.constEnd())
                 submenu->setTitle(title.value());
-            localize(submenu);
+            localize(submenu, visit);
         }
     }
 }
 
 void localizeMenuBar(QMenuBar *bar, const std::function<void(QMenuBar *)> &install,
-                     const std::function<QMenu *(QMenuBar *)> &makeThemeMenu)
+                     const std::function<QMenu *(QMenuBar *)> &makeThemeMenu,
+                     const MenuVisitor &visit)
 {
     if (!bar)
         return;
@@ -125,9 +128,9 @@ void localizeMenuBar(QMenuBar *bar, const std::function<void(QMenuBar *)> &insta
             const auto found = table.constFind(menu->title());
             if (found != table.constEnd())
                 menu->setTitle(found.value());
-            localize(menu);
+            localize(menu, visit);
         }
-        hasThemeMenu = hasThemeMenu || action->text() == QLatin1String("主题");
+        hasThemeMenu = hasThemeMenu || action->text() == QStringLiteral("主题");
     }
     if (hasThemeMenu)
         return;
@@ -135,7 +138,7 @@ void localizeMenuBar(QMenuBar *bar, const std::function<void(QMenuBar *)> &insta
     const QList<QAction *> actions = bar->actions();
     qsizetype index = actions.size() - 1;
     for (qsizetype i = 0; i < actions.size(); ++i) {
-        if (actions[i]->text() == QLatin1String("窗口")) {
+        if (actions[i]->text() == QStringLiteral("窗口")) {
             index = i;
             break;
         }
@@ -145,6 +148,8 @@ void localizeMenuBar(QMenuBar *bar, const std::function<void(QMenuBar *)> &insta
         bar->addMenu(themeMenu);
     else
         bar->insertMenu(actions[index], themeMenu);
+    if (visit)
+        visit(themeMenu);
 }
 
 } // namespace MenuLocalizer

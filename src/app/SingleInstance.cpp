@@ -8,6 +8,10 @@
 
 #include <unistd.h>
 
+namespace {
+constexpr qint64 kMaximumMessageSize = 4 * 1024 * 1024;
+}
+
 SingleInstance::SingleInstance(const QString &key, QObject *parent)
     : QObject(parent)
     , m_key(key)
@@ -17,7 +21,20 @@ SingleInstance::~SingleInstance() = default;
 
 QString SingleInstance::defaultKey()
 {
-    return QStringLiteral("tarn-%1").arg(::getuid());
+    // One instance per user and display: a second X server (a test run under Xvfb, another
+    // seat) gets a Tarn of its own.
+    QString display = qEnvironmentVariable("WAYLAND_DISPLAY");
+    if (display.isEmpty())
+        display = qEnvironmentVariable("DISPLAY");
+    QString key = QStringLiteral("tarn-%1").arg(::getuid());
+    if (!display.isEmpty()) {
+        for (QChar &c : display) {
+            if (!c.isLetterOrNumber())
+                c = u'_';
+        }
+        key += u'-' + display;
+    }
+    return key;
 }
 
 bool SingleInstance::handOver(const QStringList &files, int timeoutMs) const
@@ -44,7 +61,14 @@ bool SingleInstance::listen()
     m_server = new QLocalServer(this);
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
     if (!m_server->listen(m_key)) {
-        // Nobody answered handOver, so the socket is stale: remove it and try once more.
+        // A socket that refuses connections was left behind by an instance that died: remove
+        // it and try once more. One that accepts belongs to a live instance.
+        QLocalSocket probe;
+        probe.connectToServer(m_key);
+        if (probe.waitForConnected(500)) {
+            probe.abort();
+            return false;
+        }
         QLocalServer::removeServer(m_key);
         if (!m_server->listen(m_key))
             return false;
@@ -58,8 +82,11 @@ void SingleInstance::readConnection()
     while (QLocalSocket *socket = m_server->nextPendingConnection()) {
         connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
         connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
-            if (!socket->canReadLine())
+            if (!socket->canReadLine()) {
+                if (socket->bytesAvailable() > kMaximumMessageSize)
+                    socket->abort(); // no list of paths is this long; not one of ours
                 return;
+            }
             const QJsonDocument document = QJsonDocument::fromJson(socket->readLine());
             if (!document.isArray()) {
                 socket->disconnectFromServer(); // not one of ours; ignore it

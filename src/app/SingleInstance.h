@@ -11,7 +11,7 @@ class SingleInstance : public QObject
     Q_OBJECT
 
 public:
-    // `key` names the socket; the default is per user (and per display session).
+    // `key` names the socket; the default is per user and display.
     explicit SingleInstance(const QString &key = defaultKey(), QObject *parent = nullptr);
     ~SingleInstance() override;
 
@@ -20,7 +20,8 @@ public:
     // Sends `files` (absolute paths) to a running instance. True when one took them; then the
     // caller should exit.
     bool handOver(const QStringList &files, int timeoutMs = 2000) const;
-    // Becomes the running instance. A socket left behind by a crashed instance is removed.
+    // Becomes the running instance. A socket left behind by a crashed instance is removed;
+    // false when another live instance holds the socket.
     bool listen();
 
 signals:
