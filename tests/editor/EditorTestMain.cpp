@@ -5,6 +5,7 @@
 int runCaseFoldedSearchTests(int argc, char **argv);
 int runFormattingCommandsTests(int argc, char **argv);
 int runFindReplaceTests(int argc, char **argv);
+int runEditorPaneTests(int argc, char **argv);
 
 int main(int argc, char **argv)
 {
@@ -13,5 +14,6 @@ int main(int argc, char **argv)
     failures += runCaseFoldedSearchTests(argc, argv);
     failures += runFormattingCommandsTests(argc, argv);
     failures += runFindReplaceTests(argc, argv);
+    failures += runEditorPaneTests(argc, argv);
     return failures == 0 ? 0 : 1;
 }

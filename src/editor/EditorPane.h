@@ -1,0 +1,83 @@
+// The editing view of one document: toolbar, text view and the floating find panel.
+#pragma once
+
+#include "LineEndings.h"
+
+#include <TarnDocument.h>
+#include <TarnTheme.h>
+
+#include <QPointer>
+#include <QWidget>
+
+class EditorFindPanel;
+class EditorToolbar;
+class MarkdownEditorActions;
+class PlainTextEditView;
+class QFrame;
+class QParallelAnimationGroup;
+class TarnEditorTextView;
+
+class EditorPane : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit EditorPane(QWidget *parent = nullptr);
+    ~EditorPane() override;
+
+    TarnDocument *document() const { return m_document; }
+    // Shows the document's draft, replacing the text without an undo step. Every later edit
+    // goes into the draft.
+    void setDocument(TarnDocument *document);
+
+    MarkdownEditorActions *actions() const { return m_actions; }
+    TarnEditorTextView *textView() const { return m_textView; }
+    PlainTextEditView *textViewAdapter() const { return m_adapter; }
+    EditorToolbar *toolbar() const { return m_toolbar; }
+    EditorFindPanel *findPanel() const { return m_findPanel; }
+
+    bool showFindPanel() const { return m_showFindPanel; }
+    bool showReplaceControls() const;
+    int findFocusToken() const { return m_findFocusToken; }
+
+    void setTheme(TarnTheme theme);
+
+public slots:
+    // Opening an open panel only focuses the find field again and selects its text.
+    void openFindPanel();
+    // Hides the panel and its replace row and clears the query; the replace text is kept.
+    void closeFindPanel();
+
+signals:
+    // The save button was pressed; the application saves the document.
+    void saveRequested(TarnDocument *document);
+    void showFindPanelChanged(bool shown);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void applyDocumentText(bool force);
+    void pushDraft();
+    void onTextChanged();
+    void placeFindPanel();
+    void animateFindPanel(bool opening);
+    QPoint findPanelPosition() const;
+
+    QPointer<TarnDocument> m_document;
+    MarkdownEditorActions *m_actions;
+    EditorToolbar *m_toolbar;
+    QFrame *m_divider;
+    QWidget *m_textArea;
+    TarnEditorTextView *m_textView;
+    PlainTextEditView *m_adapter;
+    EditorFindPanel *m_findPanel;
+    QParallelAnimationGroup *m_panelAnimation = nullptr;
+
+    TarnTheme m_theme = TarnTheme::businessBlue;
+    LineEnding m_lineEnding = LineEnding::lf;
+    bool m_showFindPanel = false;
+    int m_findFocusToken = 0;
+    bool m_applyingDocument = false;
+    bool m_pushingDraft = false;
+};
