@@ -1,0 +1,262 @@
+// The reader bridge: page loads only on change, post-load restore, search and jump scripts,
+// and the page's "tarn" messages turned into model calls one main-loop turn later.
+#include "MarkdownWebView.h"
+
+#include "ReaderScripts.h"
+#include "ScriptEvaluation.h"
+#include "TarnWebView.h"
+
+#include <QLocale>
+#include <QPointer>
+#include <QTimer>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+// Model changes caused by the page wait for the next main-loop turn, so the model never
+// changes while the view is being updated.
+template<typename Function> void later(QObject *context, Function function)
+{
+    QTimer::singleShot(0, context, std::move(function));
+}
+
+} // namespace
+
+MarkdownWebViewCoordinator::MarkdownWebViewCoordinator(QObject *parent)
+    : QObject(parent)
+{
+    qRegisterMetaType<TarnWebView *>();
+}
+
+TarnWebView *MarkdownWebViewCoordinator::makeView(const MarkdownWebView &value,
+                                                  QWidget *parentWidget)
+{
+    m_parent = value;
+    auto *view = new TarnWebView(parentWidget);
+    QPointer<TarnWebView> weakView(view);
+    connect(&view->messageChannel(), &TarnMessageChannel::messageReceived, this,
+            &MarkdownWebViewCoordinator::receive);
+    connect(&view->loader(), &ReaderPageLoader::pageLoaded, this, [this, weakView] {
+        if (weakView)
+            didFinish(weakView);
+    });
+    view->setPendingInitialScrollY(value.initialScrollY);
+    view->setLastHTML(value.html);
+    view->loadPage(value.html, value.baseURL);
+    return view;
+}
+
+void MarkdownWebViewCoordinator::updateView(TarnWebView *view, const MarkdownWebView &value)
+{
+    m_parent = value;
+    if (view->lastHTML() != value.html) {
+        view->setLastHTML(value.html);
+        view->setPendingInitialScrollY(value.initialScrollY);
+        m_lastReportedHeadingID.clear();
+        view->loadPage(value.html, value.baseURL);
+        // Search, steps and jumps wait for the page: the steps after the load apply the query.
+        return;
+    }
+
+    syncSearch(view, value.searchQuery);
+
+    if (const auto request = value.searchNavigationRequest.value();
+        request && view->lastSearchNavigationRequestID() != request->id) {
+        view->setLastSearchNavigationRequestID(request->id);
+        moveSearch(view, request->direction);
+        // Clear only the request handled here: a newer one that arrived meanwhile must stay.
+        later(this, [binding = value.searchNavigationRequest, handled = request->id] {
+            const auto pending = binding.value();
+            if (pending && pending->id == handled)
+                binding.assign(std::nullopt);
+        });
+    }
+
+    if (const auto target = value.scrollTargetID.value()) {
+        scrollToHeading(view, *target);
+        later(this, [binding = value.scrollTargetID] { binding.assign(std::nullopt); });
+    }
+}
+
+void MarkdownWebViewCoordinator::dismantleView(TarnWebView *view)
+{
+    disconnect(&view->messageChannel(), nullptr, this, nullptr);
+    disconnect(&view->loader(), nullptr, this, nullptr);
+}
+
+void MarkdownWebViewCoordinator::didFinish(TarnWebView *view)
+{
+    QPointer<TarnWebView> weakView(view);
+    waitForTarnReady(view, readinessAttempts, [this, weakView] {
+        if (!weakView)
+            return;
+        TarnWebView *loaded = weakView;
+        const QString query = m_parent.searchQuery;
+        loaded->setLastSearchQuery(query);
+        const bool searching = isSearchable(query);
+        // An empty query is applied too: the page then reports 0 of 0.
+        applySearch(loaded, query, searching);
+        // The first hit wins over the remembered position.
+        if (!searching && loaded->pendingInitialScrollY() > 0) {
+            const double y = loaded->pendingInitialScrollY();
+            loaded->setPendingInitialScrollY(0);
+            loaded->evaluate(restorePositionScript(y));
+        }
+        emit pageReady(loaded);
+    });
+}
+
+void MarkdownWebViewCoordinator::waitForTarnReady(TarnWebView *view, int attemptsRemaining,
+                                                  std::function<void()> completion)
+{
+    waitForTarnReady(view, attemptsRemaining, view->loadCount(), std::move(completion));
+}
+
+void MarkdownWebViewCoordinator::waitForTarnReady(TarnWebView *view, int attemptsRemaining,
+                                                  int loadNumber, std::function<void()> completion)
+{
+    QPointer<TarnWebView> weakView(view);
+    // A newer load has its own wait; this one would only act on the wrong page.
+    auto current = [weakView, loadNumber] {
+        return weakView && weakView->loadCount() == loadNumber;
+    };
+    evaluateScript(view->page(), QString::fromLatin1(ReaderScripts::readinessTest), this,
+                   [this, weakView, current, attemptsRemaining, loadNumber,
+                    completion = std::move(completion)](const ScriptOutcome &outcome) {
+                       if (!current())
+                           return;
+                       // A failed evaluation counts as ready: waiting longer would not help.
+                       const bool ready = !outcome.ok || isReadyResult(outcome.value);
+                       if (ready || attemptsRemaining < 1) {
+                           later(this, [current, completion] {
+                               if (current())
+                                   completion();
+                           });
+                           return;
+                       }
+                       QTimer::singleShot(
+                           readinessIntervalMs, this,
+                           [this, weakView, current, attemptsRemaining, loadNumber, completion] {
+                               if (current())
+                                   waitForTarnReady(weakView, attemptsRemaining - 1, loadNumber,
+                                                    completion);
+                           });
+                   });
+}
+
+void MarkdownWebViewCoordinator::syncSearch(TarnWebView *view, const QString &query)
+{
+    if (query == view->lastSearchQuery())
+        return;
+    view->setLastSearchQuery(query);
+    applySearch(view, query, isSearchable(query));
+}
+
+void MarkdownWebViewCoordinator::applySearch(TarnWebView *view, const QString &query,
+                                             bool scrollToFirst)
+{
+    view->evaluate(QStringLiteral("window.tarnApplySearch(") + jsLiteral(query) +
+                   QStringLiteral(", { scrollToFirst: ") +
+                   (scrollToFirst ? QStringLiteral("true") : QStringLiteral("false")) +
+                   QStringLiteral(" });"));
+}
+
+void MarkdownWebViewCoordinator::moveSearch(TarnWebView *view, SearchNavigationDirection direction)
+{
+    view->evaluate(QStringLiteral("window.tarnMoveSearch(") + jsLiteral(rawValue(direction)) +
+                   QStringLiteral(");"));
+}
+
+void MarkdownWebViewCoordinator::scrollToHeading(TarnWebView *view, const QString &id)
+{
+    view->evaluate(QStringLiteral("window.tarnScrollTo(") + jsLiteral(id) + QStringLiteral(");"));
+}
+
+QString MarkdownWebViewCoordinator::jsLiteral(const QString &text)
+{
+    // Escapes quotes, backslashes, controls, line separators and lone surrogates, so the
+    // result is both a JavaScript literal and a JSON string, and cannot fail.
+    return ReaderScripts::stringLiteral(text);
+}
+
+std::optional<int> MarkdownWebViewCoordinator::intValue(const QVariant &value)
+{
+    constexpr double lowest = std::numeric_limits<int>::lowest();
+    constexpr double highest = std::numeric_limits<int>::max();
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Double:
+    case QMetaType::Float: {
+        const double number = value.toDouble();
+        if (!std::isfinite(number))
+            return std::nullopt;
+        return int(std::clamp(std::trunc(number), lowest, highest));
+    }
+    default:
+        return std::nullopt;
+    }
+}
+
+QString MarkdownWebViewCoordinator::restorePositionScript(double y)
+{
+    QString number = QString::number(y, 'g', QLocale::FloatingPointShortest);
+    if (std::isfinite(y) && !number.contains(u'.') && !number.contains(u'e'))
+        number += QStringLiteral(".0");
+    return QStringLiteral("window.scrollTo(0, ") + number + QStringLiteral(");");
+}
+
+bool MarkdownWebViewCoordinator::isSearchable(const QString &query)
+{
+    return !query.trimmed().isEmpty();
+}
+
+void MarkdownWebViewCoordinator::receive(const QVariantMap &body)
+{
+    const QVariant type = body.value(QStringLiteral("type"));
+    if (type.typeId() != QMetaType::QString)
+        return;
+    const QString kind = type.toString();
+
+    if (kind == QLatin1String("heading")) {
+        const QVariant id = body.value(QStringLiteral("id"));
+        if (id.typeId() != QMetaType::QString)
+            return;
+        m_lastReportedHeadingID = id.toString();
+        later(this,
+              [binding = m_parent.currentHeadingID, id = id.toString()] { binding.assign(id); });
+    } else if (kind == QLatin1String("scroll")) {
+        const QVariant y = body.value(QStringLiteral("y"));
+        // Whole numbers may arrive as integers; both reach the model as doubles.
+        const bool numeric = y.typeId() == QMetaType::Double || y.typeId() == QMetaType::Float ||
+                             y.typeId() == QMetaType::Int || y.typeId() == QMetaType::LongLong ||
+                             y.typeId() == QMetaType::UInt || y.typeId() == QMetaType::ULongLong;
+        if (!numeric || !m_parent.onScroll)
+            return;
+        later(this, [callback = m_parent.onScroll, y = y.toDouble()] { callback(y); });
+    } else if (kind == QLatin1String("search")) {
+        const int current = intValue(body.value(QStringLiteral("current"))).value_or(0);
+        const int total = intValue(body.value(QStringLiteral("total"))).value_or(0);
+        if (!m_parent.onSearchResults)
+            return;
+        later(this,
+              [callback = m_parent.onSearchResults, current, total] { callback(current, total); });
+    } else if (kind == QLatin1String("openLink")) {
+        const QVariant href = body.value(QStringLiteral("href"));
+        if (href.typeId() != QMetaType::QString)
+            return;
+        const QUrl url(href.toString(), QUrl::StrictMode);
+        if (!url.isValid() || url.isEmpty() || !m_parent.onOpenLink)
+            return;
+        later(this, [callback = m_parent.onOpenLink, url] { callback(url); });
+    }
+}

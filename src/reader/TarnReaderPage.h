@@ -1,0 +1,23 @@
+// The web page behind the reader view: it shows what the host writes into it and nothing else.
+#pragma once
+
+#include <QWebEnginePage>
+
+class TarnReaderPage : public QWebEnginePage
+{
+    Q_OBJECT
+
+public:
+    explicit TarnReaderPage(QObject *parent = nullptr);
+
+    // How many navigations the page refused, for tests and diagnostics.
+    int refusedNavigationCount() const { return m_refusedNavigations; }
+
+protected:
+    // Only the host's own page loads pass. Link clicks reach the host as "openLink" messages
+    // and in-page "#" jumps never come here, so anything else would leave the reader page.
+    bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override;
+
+private:
+    int m_refusedNavigations = 0;
+};
