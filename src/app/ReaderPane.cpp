@@ -1,0 +1,263 @@
+// Keeps one reader web view per recently shown document and feeds the shown one from the model.
+#include "ReaderPane.h"
+
+#include "AppModel.h"
+#include "MarkdownWebView.h"
+#include "OutlinePane.h"
+#include "TarnDocument.h"
+#include "TarnWebView.h"
+#include "WindowChrome.h"
+
+#include <QHBoxLayout>
+#include <QStackedWidget>
+#include <QTimer>
+
+struct ReaderPane::Page
+{
+    QPointer<TarnDocument> document;
+    TarnWebView *view = nullptr;                       // in the stack
+    MarkdownWebViewCoordinator *coordinator = nullptr; // a child of the view
+    // What the page was rendered from, so that refreshes do not render again.
+    bool rendered = false;
+    QString renderedContent;
+    TarnTheme renderedTheme = TarnTheme::businessBlue;
+    QString html;
+    std::vector<TOCItem> toc;
+};
+
+ReaderPane::ReaderPane(AppModel &model, QWidget *parent)
+    : QWidget(parent)
+    , m_model(model)
+    , m_stack(new QStackedWidget(this))
+    , m_placeholder(new QWidget(m_stack))
+    , m_outline(new OutlinePane(model, this))
+{
+    m_stack->addWidget(m_placeholder);
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_stack, 1);
+    layout->addWidget(m_outline);
+
+    connect(&m_model, &AppModel::selectedDocumentChanged, this, &ReaderPane::refresh);
+    connect(&m_model, &AppModel::tabsChanged, this, &ReaderPane::refresh);
+    connect(&m_model, &AppModel::themeChanged, this, &ReaderPane::applyTheme);
+    connect(&m_model, &AppModel::searchQueryChanged, this, &ReaderPane::refresh);
+    connect(&m_model, &AppModel::searchNavigationRequestChanged, this, &ReaderPane::refresh);
+    connect(&m_model, &AppModel::scrollTargetIDChanged, this, &ReaderPane::refresh);
+    connect(&m_model, &AppModel::showOutlineChanged, this, &ReaderPane::refresh);
+    applyTheme();
+}
+
+ReaderPane::~ReaderPane()
+{
+    // The views' callbacks refer to this pane; they go first.
+    while (!m_pages.empty()) {
+        delete m_pages.back()->view;
+        m_pages.pop_back();
+    }
+}
+
+TarnDocument *ReaderPane::document() const
+{
+    return m_current ? m_current->document.data() : nullptr;
+}
+
+TarnWebView *ReaderPane::currentView() const
+{
+    return m_current ? m_current->view : nullptr;
+}
+
+bool ReaderPane::isShown(const TarnDocument *document) const
+{
+    return document && m_model.selectedDocument() == document;
+}
+
+void ReaderPane::refresh()
+{
+    dropClosedPages();
+    TarnDocument *document = m_model.selectedDocument();
+    if (m_watchedDocument != document) {
+        if (m_watchedDocument)
+            disconnect(m_watchedDocument, &TarnDocument::contentChanged, this, nullptr);
+        m_watchedDocument = document;
+        if (document)
+            connect(document, &TarnDocument::contentChanged, this, &ReaderPane::refresh);
+    }
+    if (!document) {
+        m_current = nullptr;
+        m_stack->setCurrentWidget(m_placeholder);
+        m_outline->setOutline({});
+        m_outline->setVisible(false);
+        return;
+    }
+
+    Page &page = pageFor(document);
+    const bool shownBefore = &page == m_current;
+    m_current = &page;
+    renderIfNeeded(page);
+    showPage(page, shownBefore);
+    m_outline->setOutline(page.toc);
+    m_outline->setVisible(m_model.showOutline());
+
+    while (m_pages.size() > std::size_t(maximumLoadedPages))
+        dropPage(m_pages.front().get());
+}
+
+ReaderPane::Page &ReaderPane::pageFor(TarnDocument *document)
+{
+    auto found = std::find_if(m_pages.begin(), m_pages.end(),
+                              [document](const auto &page) { return page->document == document; });
+    if (found == m_pages.end()) {
+        auto page = std::make_unique<Page>();
+        page->document = document;
+        m_pages.push_back(std::move(page));
+        return *m_pages.back();
+    }
+    // Most recently shown last, so the oldest page goes first when there are too many.
+    std::rotate(found, found + 1, m_pages.end());
+    return *m_pages.back();
+}
+
+void ReaderPane::renderIfNeeded(Page &page)
+{
+    const QString content = page.document->content();
+    const TarnTheme theme = m_model.theme();
+    if (page.rendered && page.renderedTheme == theme && page.renderedContent == content)
+        return;
+    const std::u16string_view markdown(reinterpret_cast<const char16_t *>(content.utf16()),
+                                       std::size_t(content.size()));
+    RenderedMarkdown rendered =
+        MarkdownRenderer::render(markdown, theme, page.document->title().toStdU16String());
+    page.html = QString::fromStdU16String(rendered.html);
+    page.toc = std::move(rendered.toc);
+    page.renderedContent = content;
+    page.renderedTheme = theme;
+    page.rendered = true;
+}
+
+MarkdownWebView ReaderPane::viewValue(const Page &page)
+{
+    TarnDocument *document = page.document;
+    const QPointer<TarnDocument> weakDocument(document);
+    AppModel *model = &m_model;
+
+    MarkdownWebView value;
+    value.html = page.html;
+    if (!document->url().isEmpty())
+        value.baseURL = document->baseURL();
+    value.searchQuery = m_model.searchQuery();
+    value.searchNavigationRequest.get = [model] { return model->searchNavigationRequest(); };
+    // The model has no way to clear a request from outside; each request still moves the
+    // search once, since the view remembers the id it carried out.
+    value.currentHeadingID.get = [model] { return model->currentHeadingID(); };
+    value.currentHeadingID.set = [this, weakDocument](const QString &id) {
+        if (isShown(weakDocument))
+            m_model.setCurrentHeadingID(id);
+    };
+    value.scrollTargetID.get = [model] { return model->scrollTargetID(); };
+    value.scrollTargetID.set = [model](const std::optional<QString> &id) {
+        model->setScrollTargetID(id);
+    };
+    value.initialScrollY = document->scrollY();
+    // A page kept loaded in the background still reports its own document's position.
+    value.onScroll = [model, weakDocument](double y) {
+        if (weakDocument)
+            model->rememberScroll(weakDocument, y);
+    };
+    value.onSearchResults = [this, weakDocument](int current, int total) {
+        if (isShown(weakDocument))
+            m_model.updateSearchResults(current, total);
+    };
+    value.onOpenLink = [model, weakDocument](const QUrl &url) {
+        if (weakDocument)
+            model->openLink(url, weakDocument);
+    };
+    return value;
+}
+
+void ReaderPane::showPage(Page &page, bool shownBefore)
+{
+    const MarkdownWebView value = viewValue(page);
+    if (!page.view) {
+        page.coordinator = new MarkdownWebViewCoordinator;
+        page.view = page.coordinator->makeView(value, m_stack);
+        page.coordinator->setParent(page.view);
+        // A step requested before this page existed was meant for another page.
+        if (const auto request = m_model.searchNavigationRequest())
+            page.view->setLastSearchNavigationRequestID(request->id);
+        page.view->setPlaceholderColor(WindowChrome::background(m_model.theme()));
+        page.view->setReaderZoomFactor(m_zoomFactor);
+        connect(page.view, &TarnWebView::readerZoomFactorChanged, this, &ReaderPane::setZoomFactor);
+        connect(page.coordinator, &MarkdownWebViewCoordinator::pageReady, this,
+                [this, document = page.document] {
+                    if (document)
+                        emit pageReady(document);
+                });
+        m_stack->addWidget(page.view);
+        m_stack->setCurrentWidget(page.view);
+        return;
+    }
+
+    m_stack->setCurrentWidget(page.view);
+    const int loadsBefore = page.view->loadCount();
+    page.coordinator->updateView(page.view, value);
+    if (shownBefore || page.view->loadCount() != loadsBefore || page.view->loader().isLoading())
+        return;
+
+    // A page shown again kept its marks and heading, but the model forgot both when the tab
+    // changed: have the page report its hits again (without jumping) and restore the heading.
+    const QString query = m_model.searchQuery();
+    if (page.view->lastSearchQuery() == query && MarkdownWebViewCoordinator::isSearchable(query))
+        page.coordinator->applySearch(page.view, query, false);
+    const QString heading = page.coordinator->lastReportedHeadingID();
+    if (!heading.isEmpty()) {
+        QTimer::singleShot(0, page.view, [this, heading, document = page.document] {
+            if (isShown(document))
+                m_model.setCurrentHeadingID(heading);
+        });
+    }
+}
+
+void ReaderPane::dropClosedPages()
+{
+    const QList<TarnDocument *> tabs = m_model.tabs();
+    for (std::size_t i = m_pages.size(); i-- > 0;) {
+        Page *page = m_pages[i].get();
+        if (!page->document || !tabs.contains(page->document.data()))
+            dropPage(page);
+    }
+}
+
+void ReaderPane::dropPage(Page *page)
+{
+    if (m_current == page)
+        m_current = nullptr;
+    if (page->view) {
+        m_stack->removeWidget(page->view);
+        // Its coordinator may be inside one of its own callbacks.
+        page->view->deleteLater();
+    }
+    std::erase_if(m_pages, [page](const auto &kept) { return kept.get() == page; });
+}
+
+void ReaderPane::applyTheme()
+{
+    const QColor background = WindowChrome::background(m_model.theme());
+    WindowChrome::fillBackground(this, background);
+    WindowChrome::fillBackground(m_placeholder, background);
+    for (const auto &page : m_pages) {
+        if (page->view)
+            page->view->setPlaceholderColor(background);
+    }
+    refresh();
+}
+
+void ReaderPane::setZoomFactor(double factor)
+{
+    m_zoomFactor = factor;
+    for (const auto &page : m_pages) {
+        if (page->view)
+            page->view->setReaderZoomFactor(factor);
+    }
+}
