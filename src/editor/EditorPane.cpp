@@ -109,7 +109,9 @@ void EditorPane::setDocument(TarnDocument *document)
                 [this] { m_toolbar->setDirty(m_document && m_document->isDirty()); });
         connect(document, &QObject::destroyed, this, [this] { setDocument(nullptr); });
     }
+    // Without a document there is nothing to format or save into.
     m_textView->setReadOnly(!document);
+    m_toolbar->setEnabled(document);
     applyDocumentText(true);
     m_toolbar->setDirty(document && document->isDirty());
 }

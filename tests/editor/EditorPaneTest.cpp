@@ -189,6 +189,12 @@ void EditorPaneTest::switchingDocumentsLeavesNoUndoStep()
     fixture.pane.setDocument(&fixture.document);
     QCOMPARE(fixture.viewText(), "first edit");
     QVERIFY(!fixture.pane.textView()->document()->isUndoAvailable());
+
+    fixture.pane.setDocument(nullptr);
+    QCOMPARE(fixture.viewText(), QString());
+    QVERIFY(fixture.pane.textView()->isReadOnly());
+    QVERIFY(!fixture.pane.toolbar()->isEnabled());
+    QCOMPARE(fixture.document.draft(), "first edit");
 }
 
 void EditorPaneTest::draftChangedElsewhereReplacesText()
