@@ -246,6 +246,10 @@ void EditorPaneTest::toolbarButtons()
     QCOMPARE(fixture.document.draft(), expectedDraft);
     QCOMPARE(fixture.pane.showFindPanel(), help == "查找");
     QCOMPARE(fixture.pane.toolbar()->saveButton()->toolTip(), "保存");
+    // Undo is an edit like any other: the draft follows it back.
+    fixture.pane.textView()->undo();
+    QCOMPARE(fixture.document.draft(), "ab");
+    QVERIFY(!fixture.document.isDirty());
 }
 
 void EditorPaneTest::ctrlFOpensFindPanel_data()
