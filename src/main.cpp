@@ -1,5 +1,6 @@
 // Entry point: conversions run without a window; otherwise the program opens its window.
 #include "CommandLine.h"
+#include "TarnApplication.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -15,6 +16,8 @@ int main(int argc, char *argv[])
         return 2;
     }
     const TarnCommandLine::Options &options = *parsed.options;
+    if (options.mode == TarnCommandLine::Mode::Window)
+        return TarnApplication::run(argc, argv, options.files);
     if (options.mode == TarnCommandLine::Mode::ExportPdf) {
         TarnCommandLine::prepareWebEngineWithoutWindow();
         QApplication app(argc, argv);
@@ -32,11 +35,8 @@ int main(int argc, char *argv[])
     case TarnCommandLine::Mode::Outline:
         return TarnCommandLine::runTextConversion(options, stdout, stderr);
     case TarnCommandLine::Mode::ExportPdf:
-        break;
     case TarnCommandLine::Mode::Window:
-        // The window arrives with the application shell; until then, explain the usage.
-        std::fputs(qUtf8Printable(TarnCommandLine::usageText()), stdout);
-        return 0;
+        break;
     }
     return 0;
 }

@@ -2,6 +2,7 @@
 #include "StoredFileRow.h"
 
 #include "AppModel.h"
+#include "ElidedLabel.h"
 #include "TarnIcons.h"
 #include "WindowChrome.h"
 
@@ -26,16 +27,16 @@ StoredFileRow::StoredFileRow(AppModel &model, const StoredFile &file, QWidget *p
     grid->setHorizontalSpacing(6);
     grid->setVerticalSpacing(1);
 
-    m_name = new QLabel(this);
+    m_name = new ElidedLabel(this);
     m_name->setObjectName(QStringLiteral("fileName"));
     m_name->setFont(WindowChrome::scaledFont(font(), 13, QFont::DemiBold));
-    m_name->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_name->setText(file.displayName);
     grid->addWidget(m_name, 0, 0);
 
-    m_folder = new QLabel(this);
+    m_folder = new ElidedLabel(this);
     m_folder->setObjectName(QStringLiteral("fileFolder"));
     m_folder->setFont(WindowChrome::scaledFont(font(), 11));
-    m_folder->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_folder->setText(folderLine(file));
     grid->addWidget(m_folder, 1, 0);
 
     m_star = new QLabel(this);
@@ -75,7 +76,6 @@ void StoredFileRow::setTheme(TarnTheme theme)
             : TarnIcons::icon(QStringLiteral("star"), WindowChrome::secondaryText(theme));
     m_star->setPixmap(star.pixmap(QSize(14, 14), devicePixelRatioF()));
     m_star->setToolTip(m_file.isFavorite ? QStringLiteral("已收藏") : QString());
-    updateTexts();
     update();
 }
 
@@ -144,19 +144,4 @@ void StoredFileRow::leaveEvent(QEvent *event)
     QWidget::leaveEvent(event);
     m_hovered = false;
     update();
-}
-
-void StoredFileRow::resizeEvent(QResizeEvent *event)
-{
-    QWidget::resizeEvent(event);
-    updateTexts();
-}
-
-void StoredFileRow::updateTexts()
-{
-    const QFontMetrics nameMetrics(m_name->font());
-    const QFontMetrics folderMetrics(m_folder->font());
-    m_name->setText(nameMetrics.elidedText(m_file.displayName, Qt::ElideMiddle, m_name->width()));
-    m_folder->setText(
-        folderMetrics.elidedText(folderLine(m_file), Qt::ElideMiddle, m_folder->width()));
 }

@@ -7,6 +7,7 @@
 #include <QWidget>
 
 class AppModel;
+class ElidedLabel;
 class QLabel;
 class QMenu;
 
@@ -26,8 +27,8 @@ public:
     // The context menu's items for this row, in order.
     QMenu *makeContextMenu(QWidget *parent);
 
-    QLabel *nameLabel() const { return m_name; }
-    QLabel *folderLabel() const { return m_folder; }
+    ElidedLabel *nameLabel() const { return m_name; }
+    ElidedLabel *folderLabel() const { return m_folder; }
     QLabel *starLabel() const { return m_star; }
 
     // The folder as shown: the home folder abbreviated to "~".
@@ -39,15 +40,12 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
     void enterEvent(QEnterEvent *event) override;
     void leaveEvent(QEvent *event) override;
-    void resizeEvent(QResizeEvent *event) override;
 
 private:
-    void updateTexts();
-
     AppModel &m_model;
     StoredFile m_file;
-    QLabel *m_name;
-    QLabel *m_folder;
+    ElidedLabel *m_name;
+    ElidedLabel *m_folder;
     QLabel *m_star;
     TarnTheme m_theme = TarnTheme::businessBlue;
     bool m_selected = false;

@@ -2,6 +2,7 @@
 #include "TabItem.h"
 
 #include "AppModel.h"
+#include "ElidedLabel.h"
 #include "TarnIcons.h"
 #include "WindowChrome.h"
 
@@ -17,6 +18,8 @@ namespace {
 constexpr int kHorizontalPadding = 10;
 constexpr int kSpacing = 6;
 constexpr int kCloseSize = 16;
+// Glyphs may overhang their advance by a pixel or two; without room for that the title elides.
+constexpr int kTextSlack = 4;
 
 class Dot : public QWidget
 {
@@ -56,11 +59,10 @@ TabItem::TabItem(AppModel &model, TarnDocument *document, QWidget *parent)
     m_dot->setFixedSize(dotSize, dotSize);
     row->addWidget(m_dot);
 
-    m_title = new QLabel(this);
+    // The tab decides its width; the title is elided to whatever room is left.
+    m_title = new ElidedLabel(this);
     m_title->setObjectName(QStringLiteral("tabTitle"));
     m_title->setFont(WindowChrome::scaledFont(font(), 12, QFont::Medium));
-    // The tab decides its width; the title is elided to whatever room is left.
-    m_title->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     row->addWidget(m_title, 1);
 
     m_close = new QToolButton(this);
@@ -112,7 +114,8 @@ QSize TabItem::sizeHint() const
 {
     const QString title = m_document ? m_document->title() : QString();
     const int wanted = kHorizontalPadding + dotSize + kSpacing +
-                       m_title->fontMetrics().horizontalAdvance(title) + kSpacing + kCloseSize + 6;
+                       m_title->fontMetrics().horizontalAdvance(title) + kTextSlack + kSpacing +
+                       kCloseSize + 6;
     return QSize(qMin(wanted, int(maximumWidth)), 26);
 }
 
@@ -134,17 +137,9 @@ void TabItem::mousePressEvent(QMouseEvent *event)
     event->accept();
 }
 
-void TabItem::resizeEvent(QResizeEvent *event)
-{
-    QWidget::resizeEvent(event);
-    updateTitle();
-}
-
 void TabItem::updateTitle()
 {
-    const QString title = m_document ? m_document->title() : QString();
-    const int room = qMax(0, m_title->width());
-    m_title->setText(m_title->fontMetrics().elidedText(title, Qt::ElideMiddle, room));
+    m_title->setText(m_document ? m_document->title() : QString());
 }
 
 void TabItem::updateDirty()

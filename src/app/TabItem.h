@@ -8,7 +8,7 @@
 #include <QWidget>
 
 class AppModel;
-class QLabel;
+class ElidedLabel;
 class QToolButton;
 class TarnDocument;
 
@@ -31,7 +31,7 @@ public:
     static QColor backgroundColor(TarnTheme theme, bool selected);
     QColor backgroundColor() const { return backgroundColor(m_theme, m_selected); }
 
-    QLabel *titleLabel() const { return m_title; }
+    ElidedLabel *titleLabel() const { return m_title; }
     QWidget *dirtyDot() const { return m_dot; }
     QToolButton *closeButton() const { return m_close; }
 
@@ -40,7 +40,6 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
-    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void updateTitle();
@@ -50,7 +49,7 @@ private:
     AppModel &m_model;
     QPointer<TarnDocument> m_document;
     QWidget *m_dot;
-    QLabel *m_title;
+    ElidedLabel *m_title;
     QToolButton *m_close;
     TarnTheme m_theme = TarnTheme::businessBlue;
     bool m_selected = false;

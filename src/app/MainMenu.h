@@ -1,0 +1,92 @@
+// The menu bar: building it, localising what the desktop adds, and enabling and retitling its
+// items from the application's state.
+#pragma once
+
+#include "TarnTheme.h"
+
+#include <QKeySequence>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+
+class AppModel;
+class QAction;
+class QMenu;
+class QMenuBar;
+class QWidget;
+
+class MainMenu : public QObject
+{
+    Q_OBJECT
+
+public:
+    // What an item does; validation goes by this, as it would by an item's action.
+    enum class Command
+    {
+        none,
+        about,
+        contact,
+        quit,
+        open,
+        save,
+        exportPDF,
+        exportHTML,
+        closeTab,
+        closeWindow,
+        undo,
+        redo,
+        cut,
+        copy,
+        paste,
+        deleteSelection,
+        selectAll,
+        find,
+        toggleEditing,
+        toggleOutline,
+        toggleFullScreen,
+        selectTheme,
+        minimize,
+        zoom,
+        bringAllToFront,
+        revealUsageLog
+    };
+    Q_ENUM(Command)
+
+    explicit MainMenu(AppModel &model, QObject *parent = nullptr);
+
+    // Fills an empty bar with every menu.
+    void install(QMenuBar *bar);
+    // "主题" with the four themes in their fixed order.
+    QMenu *makeThemeMenu(QWidget *parent);
+
+    // Rebuilds an emptied bar, translates English titles, and brings back a lost "主题" menu.
+    void localizeMenuBar(QMenuBar *bar);
+    // Runs localizeMenuBar at once and again after 0.2 s, 1 s and 2 s, when the desktop may
+    // have added items of its own.
+    void scheduleLocalization(QMenuBar *bar);
+
+    // Enables, retitles and checks one item from the model's state.
+    void validate(QAction *action);
+    void validateMenu(QMenu *menu);
+    // Every item created here, so shortcuts follow the state without a menu being opened.
+    void validateAll();
+
+    static Command command(const QAction *action);
+
+signals:
+    void aboutRequested();
+    void contactRequested();
+    void quitRequested();
+    // The Find command while reading: the window focuses its search field.
+    void readerFindRequested();
+
+private:
+    QAction *addItem(QMenu *menu, const QString &title, Command command,
+                     const QKeySequence &shortcut = {});
+    void trigger(Command command, QAction *action);
+    // Localises and validates `menu` each time it is about to open (once per menu).
+    void watch(QMenu *menu);
+
+    AppModel &m_model;
+    QList<QPointer<QAction>> m_actions;
+};

@@ -1,0 +1,214 @@
+// Start-up of the windowed program and the application-level commands.
+#include "TarnApplication.h"
+
+#include "AppModel.h"
+#include "ContactWindow.h"
+#include "MainMenu.h"
+#include "MainWindow.h"
+#include "QtPlatform.h"
+#include "SingleInstance.h"
+#include "TarnIcons.h"
+#include "TarnPdfExportService.h"
+#include "TarnUsageLogger.h"
+#include "WebEngineProcess.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QSessionManager>
+#include <QSettings>
+#include <QStyleFactory>
+#include <QTranslator>
+
+namespace {
+
+// Qt's own dialogs and context menus (file dialogs, line edit and web view menus) in Chinese.
+void installQtTranslations(QApplication &app)
+{
+    const QString folder = QLibraryInfo::path(QLibraryInfo::TranslationsPath);
+    for (const char *catalogue : {"qtbase_zh_CN", "qtwebengine_zh_CN"}) {
+        auto *translator = new QTranslator(&app);
+        if (translator->load(QLatin1String(catalogue), folder))
+            QCoreApplication::installTranslator(translator);
+        else
+            delete translator;
+    }
+}
+
+} // namespace
+
+TarnApplication::TarnApplication(QSettings &settings, Platform &platform,
+                                 PdfExportService &pdfExporter, TarnUsageLogger &logger,
+                                 QObject *parent)
+    : QObject(parent)
+    , m_platform(platform)
+    , m_logger(logger)
+    , m_model(std::make_unique<AppModel>(settings, platform, pdfExporter, logger))
+{
+    m_menu = new MainMenu(*m_model, this);
+    connect(m_menu, &MainMenu::aboutRequested, this, &TarnApplication::showAbout);
+    connect(m_menu, &MainMenu::contactRequested, this, &TarnApplication::showContactWindow);
+    connect(m_menu, &MainMenu::quitRequested, this, [this] {
+        if (m_window)
+            m_window->close();
+        else
+            QCoreApplication::quit();
+    });
+    connect(qApp, &QGuiApplication::applicationStateChanged, this,
+            &TarnApplication::onApplicationStateChanged);
+}
+
+TarnApplication::~TarnApplication()
+{
+    delete m_contact;
+    delete m_window;
+}
+
+QString TarnApplication::version()
+{
+    return QStringLiteral(TARN_VERSION);
+}
+
+QList<QUrl> TarnApplication::launchURLs(const QStringList &paths)
+{
+    QList<QUrl> urls;
+    for (const QString &path : paths) {
+        if (path.isEmpty())
+            continue;
+        const QUrl url = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
+        if (url.isLocalFile())
+            urls << url;
+    }
+    return urls;
+}
+
+void TarnApplication::launch(const QStringList &files)
+{
+    m_logger.log(QStringLiteral("app.launch"), {{QStringLiteral("version"), version()}});
+    const QIcon icon = TarnIcons::applicationIcon();
+    if (!icon.isNull())
+        QApplication::setWindowIcon(icon);
+    MainWindow *window = ensureMainContentWindow();
+    m_menu->install(window->menuBar());
+    if (window->isMinimized())
+        window->showNormal();
+    window->show();
+    window->raise();
+    const QList<QUrl> urls = launchURLs(files);
+    if (!urls.isEmpty())
+        m_model->openURLs(urls, false);
+    m_menu->scheduleLocalization(window->menuBar());
+    showMainContentWindow(true);
+}
+
+void TarnApplication::openFromAnotherLaunch(const QStringList &files)
+{
+    const QList<QUrl> urls = launchURLs(files);
+    if (!urls.isEmpty())
+        m_model->openURLs(urls, false);
+    showMainContentWindow(true);
+}
+
+MainWindow *TarnApplication::ensureMainContentWindow()
+{
+    if (m_window)
+        return m_window;
+    m_window = new MainWindow(*m_model);
+    m_window->placeInitially();
+    connect(m_window, &MainWindow::closeAccepted, this, [] {
+        // Leave the close event first, then end the event loop.
+        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    });
+    emit mainWindowCreated(m_window);
+    return m_window;
+}
+
+void TarnApplication::showMainContentWindow(bool activate)
+{
+    MainWindow *window = ensureMainContentWindow();
+    if (window->isMinimized())
+        window->showNormal();
+    window->show();
+    window->raise();
+    if (activate)
+        window->activateWindow();
+}
+
+void TarnApplication::showContactWindow()
+{
+    if (!m_contact) {
+        m_contact = new ContactWindow;
+        m_contact->setAttribute(Qt::WA_DeleteOnClose);
+        if (m_window)
+            m_contact->setPalette(m_window->palette());
+    }
+    m_contact->show();
+    m_contact->raise();
+    m_contact->activateWindow();
+}
+
+void TarnApplication::showAbout()
+{
+    QMessageBox box(m_window);
+    box.setWindowTitle(QStringLiteral("关于 Tarn"));
+    box.setIconPixmap(TarnIcons::applicationIcon().pixmap(QSize(64, 64)));
+    box.setText(QStringLiteral("<b>Tarn</b>"));
+    box.setInformativeText(QStringLiteral("版本 %1\nMarkdown 阅读与轻量编辑").arg(version()));
+    box.addButton(QStringLiteral("好"), QMessageBox::AcceptRole);
+    box.exec();
+}
+
+void TarnApplication::onApplicationStateChanged(Qt::ApplicationState state)
+{
+    if (state == Qt::ApplicationActive && m_window)
+        m_menu->localizeMenuBar(m_window->menuBar());
+}
+
+int TarnApplication::run(int &argc, char **argv, const QStringList &files)
+{
+    QStringList absolute;
+    for (const QUrl &url : launchURLs(files))
+        absolute << url.toLocalFile();
+    if (SingleInstance().handOver(absolute))
+        return 0;
+
+    configureWebEngineForProcess();
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("tarn"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Tarn"));
+    QApplication::setApplicationVersion(version());
+    QApplication::setDesktopFileName(QStringLiteral("tarn"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    // The themes paint the whole window through its palette, which Fusion follows everywhere.
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    installQtTranslations(app);
+
+    SingleInstance instance;
+    if (!instance.listen()) {
+        // Another Tarn started at the same moment and won the socket: it takes the files.
+        if (SingleInstance().handOver(absolute))
+            return 0;
+        qWarning("tarn: cannot listen for later launches; each launch opens its own window");
+    }
+
+    QSettings settings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("tarn"),
+                       QStringLiteral("tarn"));
+    QtPlatform platform;
+    TarnPdfExportService pdfExporter;
+    TarnApplication tarn(settings, platform, pdfExporter, TarnUsageLogger::shared());
+    connect(&tarn, &TarnApplication::mainWindowCreated, &tarn,
+            [&platform](MainWindow *window) { platform.setWindow(window); });
+    connect(&instance, &SingleInstance::activationRequested, &tarn,
+            &TarnApplication::openFromAnotherLaunch);
+    // Logging out asks about unsaved drafts like quitting does.
+    connect(&app, &QGuiApplication::commitDataRequest, &tarn, [&tarn](QSessionManager &manager) {
+        if (manager.allowsInteraction() && !tarn.model().confirmBeforeTerminating())
+            manager.cancel();
+        manager.release();
+    });
+    tarn.launch(files);
+    return app.exec();
+}

@@ -1,0 +1,68 @@
+// The windowed program: single instance, translations, the model, the main window and menus,
+// and the launch steps in their order.
+#pragma once
+
+#include "ContactWindow.h"
+#include "MainWindow.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QUrl>
+
+#include <memory>
+
+class AppModel;
+class MainMenu;
+class Platform;
+class PdfExportService;
+class QSettings;
+class TarnUsageLogger;
+
+class TarnApplication : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Runs Tarn with its window, opening `files`; hands them to a running Tarn instead when
+    // there is one. Returns the exit status.
+    static int run(int &argc, char **argv, const QStringList &files);
+
+    // Every collaborator must outlive this object. Needs a QApplication.
+    TarnApplication(QSettings &settings, Platform &platform, PdfExportService &pdfExporter,
+                    TarnUsageLogger &logger, QObject *parent = nullptr);
+    ~TarnApplication() override;
+
+    // The launch steps: log, icon, menu bar, window, files from the command line, menu
+    // localisation, and the window brought to the front.
+    void launch(const QStringList &files);
+    // Another launch asked to open `files` (absolute paths) and to be shown.
+    void openFromAnotherLaunch(const QStringList &files);
+
+    AppModel &model() const { return *m_model; }
+    MainMenu *menu() const { return m_menu; }
+    MainWindow *mainWindow() const { return m_window; }
+    ContactWindow *contactWindow() const { return m_contact; }
+
+    // File URLs for command-line paths, made absolute against the current folder.
+    static QList<QUrl> launchURLs(const QStringList &paths);
+    static QString version();
+
+signals:
+    // Dialogs the platform shows should be parented to this window.
+    void mainWindowCreated(MainWindow *window);
+
+private:
+    MainWindow *ensureMainContentWindow();
+    void showMainContentWindow(bool activate);
+    void showContactWindow();
+    void showAbout();
+    void onApplicationStateChanged(Qt::ApplicationState state);
+
+    Platform &m_platform;
+    TarnUsageLogger &m_logger;
+    std::unique_ptr<AppModel> m_model;
+    MainMenu *m_menu = nullptr;
+    QPointer<MainWindow> m_window;
+    QPointer<ContactWindow> m_contact;
+};
