@@ -94,8 +94,11 @@ void SingleInstance::readConnection()
             }
             QStringList files;
             for (const QJsonValue &value : document.array()) {
-                if (value.isString())
-                    files << value.toString();
+                if (!value.isString()) {
+                    socket->disconnectFromServer(); // a list, but not of paths
+                    return;
+                }
+                files << value.toString();
             }
             socket->write("ok\n");
             socket->flush();
