@@ -178,6 +178,23 @@ private slots:
                               << false;
         QTest::newRow("decomposed equals precomposed")
             << QString::fromUtf8("caf\xc3\xa9") << QString::fromUtf8("cafe\xcc\x81") << false;
+        // Long equal context around the edit, so the compared middle is small.
+        const QString context = QString(200, u'x');
+        QTest::newRow("decomposed inside a long text")
+            << context + QString::fromUtf8("caf\xc3\xa9 ") + context
+            << context + QString::fromUtf8("cafe\xcc\x81 ") + context << false;
+        QTest::newRow("combining marks in another order")
+            << context + QString::fromUtf8("q\xcc\xa3\xcc\x81") + context
+            << context + QString::fromUtf8("q\xcc\x81\xcc\xa3") + context << false;
+        QTest::newRow("mark added after a shared letter")
+            << context + "e" + context << context + QString::fromUtf8("e\xcc\x81") + context
+            << true;
+        QTest::newRow("hangul syllable and its jamo")
+            << context + QString::fromUtf8("\xea\xb0\x80") + context
+            << context + QString::fromUtf8("\xe1\x84\x80\xe1\x85\xa1") + context << false;
+        QTest::newRow("different supplementary letters")
+            << context + QString::fromUtf8("\xf0\x9d\x90\x80") + context
+            << context + QString::fromUtf8("\xf0\x9d\x90\x81") + context << true;
         QTest::newRow("trailing newline added") << "a"
                                                 << "a\n"
                                                 << true;
