@@ -1,0 +1,241 @@
+// The reader pane as the window uses it: time from selecting a tab to its page being ready,
+// memory of the program with its web engine processes, and switching back without a reload.
+// Run under an X server (xvfb-run), like the web tests.
+#include "AppModel.h"
+#include "DocumentGenerator.h"
+#include "ReaderPane.h"
+#include "ScriptedPlatform.h"
+#include "TarnUsageLogger.h"
+#include "TarnWebView.h"
+#include "WebEngineProcess.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+
+namespace {
+
+// Runs the event loop until `done` holds; gives up after a minute.
+template<typename Condition> bool spinUntil(Condition done)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!done()) {
+        if (clock.elapsed() > 60000)
+            return false;
+        QEventLoop loop;
+        QTimer::singleShot(2, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    return true;
+}
+
+// One field of /proc/PID/status or smaps_rollup, in kilobytes; 0 when missing.
+qint64 procKilobytes(const QString &file, const QByteArray &field)
+{
+    QFile in(file);
+    if (!in.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray &line : in.readAll().split('\n')) {
+        if (line.startsWith(field + ':'))
+            return line.mid(field.size() + 1).trimmed().split(' ').value(0).toLongLong();
+    }
+    return 0;
+}
+
+qint64 parentOf(const QString &pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray text = stat.readAll();
+    // The command name in parentheses may hold spaces; the fields after it do not.
+    const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
+    return fields.value(1).toLongLong();
+}
+
+struct TreeMemory
+{
+    double rssMiB = 0;
+    double pssMiB = 0;
+    int processes = 0;
+};
+
+// This process and every process below it (the web engine's zygote, renderers and GPU process).
+TreeMemory processTreeMemory()
+{
+    QList<qint64> tree{QCoreApplication::applicationPid()};
+    bool grew = true;
+    const QStringList all = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    while (grew) {
+        grew = false;
+        for (const QString &entry : all) {
+            bool isPid = false;
+            const qint64 pid = entry.toLongLong(&isPid);
+            if (isPid && !tree.contains(pid) && tree.contains(parentOf(entry))) {
+                tree.append(pid);
+                grew = true;
+            }
+        }
+    }
+    TreeMemory memory;
+    for (const qint64 pid : tree) {
+        memory.rssMiB +=
+            procKilobytes(QStringLiteral("/proc/%1/status").arg(pid), "VmRSS") / 1024.0;
+        memory.pssMiB +=
+            procKilobytes(QStringLiteral("/proc/%1/smaps_rollup").arg(pid), "Pss") / 1024.0;
+    }
+    memory.processes = int(tree.size());
+    return memory;
+}
+
+// A model on files in a temporary folder and a shown reader pane, as in the window.
+struct Reader
+{
+    Reader()
+    {
+        settings = std::make_unique<QSettings>(dir.filePath(QStringLiteral("settings.ini")),
+                                               QSettings::IniFormat);
+        logger = std::make_unique<TarnUsageLogger>(dir.filePath(QStringLiteral("logs")));
+        model = std::make_unique<AppModel>(*settings, platform, pdf, *logger);
+        pane = std::make_unique<ReaderPane>(*model);
+        pane->resize(1180 - 252, 700);
+        pane->show();
+    }
+    ~Reader()
+    {
+        pane.reset();
+        model.reset();
+    }
+
+    TarnDocument *open(const QString &name, const std::string &markdown)
+    {
+        QFile file(dir.filePath(name));
+        if (!file.open(QIODevice::WriteOnly))
+            return nullptr;
+        file.write(markdown.data(), qint64(markdown.size()));
+        file.close();
+        model->openURLs({QUrl::fromLocalFile(file.fileName())}, true);
+        TarnDocument *document = model->selectedDocument();
+        return waitForPage(document) ? document : nullptr;
+    }
+
+    bool waitForPage(TarnDocument *document)
+    {
+        bool ready = false;
+        auto connection = QObject::connect(pane.get(), &ReaderPane::pageReady,
+                                           [&](TarnDocument *shown) { ready = shown == document; });
+        const bool ok = spinUntil([&] { return ready; });
+        QObject::disconnect(connection);
+        return ok;
+    }
+
+    QTemporaryDir dir;
+    ScriptedPlatform platform;
+    ScriptedPdfExportService pdf;
+    std::unique_ptr<QSettings> settings;
+    std::unique_ptr<TarnUsageLogger> logger;
+    std::unique_ptr<AppModel> model;
+    std::unique_ptr<ReaderPane> pane;
+};
+
+// Selecting a tab whose page is not loaded: render, load, wait for readiness, restore.
+void BM_SelectTabToReady(benchmark::State &state)
+{
+    const std::size_t bytes = std::size_t(state.range(0));
+    Reader reader;
+    TarnDocument *big = reader.open(QStringLiteral("big.md"), BenchDocuments::realistic(bytes));
+    // Enough other tabs that the big page is let go each round.
+    QList<TarnDocument *> others;
+    for (int i = 0; i < ReaderPane::maximumLoadedPages; ++i)
+        others.append(reader.open(QStringLiteral("other%1.md").arg(i), "# Other\n\nText.\n"));
+    if (!big || others.contains(nullptr)) {
+        state.SkipWithError("a document did not open");
+        return;
+    }
+    TreeMemory peak;
+    double renderSeconds = 0;
+    for (auto _ : state) {
+        for (TarnDocument *other : others)
+            reader.model->selectTab(other->id()); // already loaded: no waiting
+        QElapsedTimer clock;
+        clock.start();
+        reader.model->selectTab(big->id());
+        // Rendering happens inside the selection; loading and readiness come after.
+        renderSeconds += double(clock.nsecsElapsed()) / 1e9;
+        if (!reader.waitForPage(big)) {
+            state.SkipWithError("the page never got ready");
+            return;
+        }
+        state.SetIterationTime(double(clock.nsecsElapsed()) / 1e9);
+        const TreeMemory now = processTreeMemory();
+        if (now.rssMiB > peak.rssMiB)
+            peak = now;
+    }
+    state.counters["markdown_KB"] = double(bytes) / 1000.0;
+    state.counters["render_ms"] =
+        benchmark::Counter(renderSeconds * 1000.0, benchmark::Counter::kAvgIterations);
+    state.counters["tree_RSS_MiB"] = peak.rssMiB;
+    state.counters["tree_PSS_MiB"] = peak.pssMiB;
+    state.counters["processes"] = peak.processes;
+}
+BENCHMARK(BM_SelectTabToReady)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Arg(5'000'000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
+
+// Switching back to a tab whose page is still loaded and unchanged.
+void BM_SwitchBackToUnchangedTab(benchmark::State &state)
+{
+    const std::size_t bytes = std::size_t(state.range(0));
+    Reader reader;
+    TarnDocument *big = reader.open(QStringLiteral("big.md"), BenchDocuments::realistic(bytes));
+    TarnDocument *other = reader.open(QStringLiteral("other.md"), "# Other\n\nText.\n");
+    if (!big || !other) {
+        state.SkipWithError("a document did not open");
+        return;
+    }
+    reader.model->selectTab(big->id());
+    TarnWebView *view = reader.pane->currentView();
+    const int loadsBefore = view->loadCount();
+    for (auto _ : state) {
+        reader.model->selectTab(other->id());
+        reader.model->selectTab(big->id());
+    }
+    state.counters["reloads"] = double(view->loadCount() - loadsBefore);
+    state.counters["same_view"] = reader.pane->currentView() == view ? 1 : 0;
+    state.counters["markdown_KB"] = double(bytes) / 1000.0;
+}
+BENCHMARK(BM_SwitchBackToUnchangedTab)
+    ->Arg(1'000'000)
+    ->Arg(5'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(10);
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // Opening files logs through the usage log; keep it out of the user's own.
+    QTemporaryDir logFolder;
+    if (qEnvironmentVariableIsEmpty("TARN_LOG_DIR"))
+        qputenv("TARN_LOG_DIR", logFolder.path().toUtf8());
+    configureWebEngineForProcess();
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
