@@ -234,6 +234,8 @@ void ReaderPane::dropPage(Page *page)
     if (m_current == page)
         m_current = nullptr;
     if (page->view) {
+        // No more messages from a page on its way out.
+        page->coordinator->dismantleView(page->view);
         m_stack->removeWidget(page->view);
         // Its coordinator may be inside one of its own callbacks.
         page->view->deleteLater();
