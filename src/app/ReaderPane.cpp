@@ -148,8 +148,9 @@ MarkdownWebView ReaderPane::viewValue(const Page &page)
         value.baseURL = document->baseURL();
     value.searchQuery = m_model.searchQuery();
     value.searchNavigationRequest.get = [model] { return model->searchNavigationRequest(); };
-    // The model has no way to clear a request from outside; each request still moves the
-    // search once, since the view remembers the id it carried out.
+    value.searchNavigationRequest.set = [model](const std::optional<SearchNavigationRequest> &r) {
+        model->setSearchNavigationRequest(r);
+    };
     value.currentHeadingID.get = [model] { return model->currentHeadingID(); };
     value.currentHeadingID.set = [this, weakDocument](const QString &id) {
         if (isShown(weakDocument))

@@ -35,8 +35,9 @@ class AppModel : public QObject
     Q_PROPERTY(int searchResultCount READ searchResultCount NOTIFY searchResultCountChanged)
     Q_PROPERTY(int currentSearchResultIndex READ currentSearchResultIndex NOTIFY
                    currentSearchResultIndexChanged)
-    Q_PROPERTY(std::optional<SearchNavigationRequest> searchNavigationRequest READ
-                   searchNavigationRequest NOTIFY searchNavigationRequestChanged)
+    Q_PROPERTY(
+        std::optional<SearchNavigationRequest> searchNavigationRequest READ searchNavigationRequest
+            WRITE setSearchNavigationRequest NOTIFY searchNavigationRequestChanged)
     Q_PROPERTY(QString currentHeadingID READ currentHeadingID WRITE setCurrentHeadingID NOTIFY
                    currentHeadingIDChanged)
     Q_PROPERTY(std::optional<QString> scrollTargetID READ scrollTargetID WRITE setScrollTargetID
@@ -72,6 +73,8 @@ public:
     {
         return m_searchNavigationRequest;
     }
+    // The reader clears a request once it has carried it out.
+    void setSearchNavigationRequest(const std::optional<SearchNavigationRequest> &request);
     QString currentHeadingID() const { return m_currentHeadingID; }
     std::optional<QString> scrollTargetID() const { return m_scrollTargetID; }
     bool showOutline() const { return m_showOutline; }

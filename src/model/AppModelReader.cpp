@@ -87,3 +87,13 @@ void AppModel::scrollToHeading(const QString &id)
 {
     setScrollTargetID(id);
 }
+
+void AppModel::setSearchNavigationRequest(const std::optional<SearchNavigationRequest> &request)
+{
+    const bool same = request.has_value() == m_searchNavigationRequest.has_value() &&
+                      (!request || request->id == m_searchNavigationRequest->id);
+    if (same)
+        return;
+    m_searchNavigationRequest = request;
+    emit searchNavigationRequestChanged();
+}
