@@ -190,8 +190,11 @@ void MainMenu::trigger(Command command, QAction *action)
         EditRouting::perform(EditRouting::Command::selectAll, focus);
         break;
     case Command::find:
-        emit EditorNotifications::instance()->showEditorFind();
-        if (!m_model.isEditing())
+        // The editor pane stays alive while reading, hidden; the notification is for an editor
+        // on screen, and while reading the reader's search field takes the command.
+        if (m_model.isEditing())
+            emit EditorNotifications::instance()->showEditorFind();
+        else
             emit readerFindRequested();
         break;
     case Command::toggleEditing:

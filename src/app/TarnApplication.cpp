@@ -3,6 +3,7 @@
 
 #include "AppModel.h"
 #include "ContactWindow.h"
+#include "ContentView.h"
 #include "MainMenu.h"
 #include "MainWindow.h"
 #include "QtPlatform.h"
@@ -10,6 +11,7 @@
 #include "TarnIcons.h"
 #include "TarnPdfExportService.h"
 #include "TarnUsageLogger.h"
+#include "TopToolbar.h"
 #include "WebEngineProcess.h"
 
 #include <QApplication>
@@ -93,6 +95,7 @@ void TarnApplication::launch(const QStringList &files)
         QApplication::setWindowIcon(icon);
     MainWindow *window = ensureMainContentWindow();
     m_menu->install(window->menuBar());
+    window->placeInitially(); // the menu bar's height is known now
     if (window->isMinimized())
         window->showNormal();
     window->show();
@@ -117,7 +120,8 @@ MainWindow *TarnApplication::ensureMainContentWindow()
     if (m_window)
         return m_window;
     m_window = new MainWindow(*m_model);
-    m_window->placeInitially();
+    connect(m_menu, &MainMenu::readerFindRequested, m_window->contentView()->toolbar(),
+            &TopToolbar::focusSearch);
     connect(m_window, &MainWindow::closeAccepted, this, [] {
         // Leave the close event first, then end the event loop.
         QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
