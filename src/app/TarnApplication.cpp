@@ -171,6 +171,18 @@ void TarnApplication::onApplicationStateChanged(Qt::ApplicationState state)
         m_menu->localizeMenuBar(m_window->menuBar());
 }
 
+void TarnApplication::configureApplication(QApplication &app)
+{
+    QApplication::setApplicationName(QStringLiteral("tarn"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Tarn"));
+    QApplication::setApplicationVersion(version());
+    QApplication::setDesktopFileName(QStringLiteral("tarn"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    // The themes paint the whole window through its palette, which Fusion follows everywhere.
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    installQtTranslations(app);
+}
+
 int TarnApplication::run(int &argc, char **argv, const QStringList &files)
 {
     QStringList absolute;
@@ -181,14 +193,7 @@ int TarnApplication::run(int &argc, char **argv, const QStringList &files)
 
     configureWebEngineForProcess();
     QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("tarn"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Tarn"));
-    QApplication::setApplicationVersion(version());
-    QApplication::setDesktopFileName(QStringLiteral("tarn"));
-    QApplication::setQuitOnLastWindowClosed(false);
-    // The themes paint the whole window through its palette, which Fusion follows everywhere.
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    installQtTranslations(app);
+    configureApplication(app);
 
     SingleInstance instance;
     if (!instance.listen()) {
