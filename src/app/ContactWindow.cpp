@@ -127,5 +127,7 @@ ContactWindow::ContactWindow(QWidget *parent)
     connect(close, &QPushButton::clicked, this, &QWidget::close);
     buttons->addWidget(close);
     column->addLayout(buttons);
-    setFixedWidth(440);
+    // As large as the entries need, and no larger.
+    column->setSizeConstraint(QLayout::SetFixedSize);
+    setMinimumWidth(400);
 }

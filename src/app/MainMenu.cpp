@@ -8,7 +8,6 @@
 #include "EditorNotifications.h"
 #include "MenuLocalizer.h"
 
-#include <QActionGroup>
 #include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
@@ -119,13 +118,12 @@ void MainMenu::install(QMenuBar *bar)
 
 QMenu *MainMenu::makeThemeMenu(QWidget *parent)
 {
+    // Check marks, not radio buttons: validation keeps exactly one item checked.
     auto *menu = new QMenu(QStringLiteral("主题"), parent);
-    auto *group = new QActionGroup(menu);
     for (const TarnTheme theme : TarnThemes::allCases) {
         QAction *action = addItem(menu, themeTitle(theme), Command::selectTheme);
         action->setProperty(kThemeProperty, int(theme));
         action->setCheckable(true);
-        group->addAction(action);
     }
     watch(menu);
     validateMenu(menu);
@@ -209,6 +207,7 @@ void MainMenu::trigger(Command command, QAction *action)
         break;
     case Command::selectTheme:
         m_model.setTheme(TarnTheme(action->property(kThemeProperty).toInt()));
+        validateAll(); // choosing the current theme again must not clear its check mark
         break;
     case Command::minimize:
         if (active)

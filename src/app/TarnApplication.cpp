@@ -146,8 +146,13 @@ void TarnApplication::showContactWindow()
     if (!m_contact) {
         m_contact = new ContactWindow;
         m_contact->setAttribute(Qt::WA_DeleteOnClose);
-        if (m_window)
+        if (m_window) {
             m_contact->setPalette(m_window->palette());
+            m_contact->adjustSize();
+            QRect frame(QPoint(0, 0), m_contact->size());
+            frame.moveCenter(m_window->geometry().center());
+            m_contact->move(frame.topLeft());
+        }
     }
     m_contact->show();
     m_contact->raise();
@@ -180,6 +185,8 @@ void TarnApplication::configureApplication(QApplication &app)
     QApplication::setQuitOnLastWindowClosed(false);
     // The themes paint the whole window through its palette, which Fusion follows everywhere.
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    // Dates, sizes and file type names in Qt's dialogs follow the interface's language.
+    QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
     installQtTranslations(app);
 }
 

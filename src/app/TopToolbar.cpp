@@ -6,7 +6,6 @@
 #include "TarnIcons.h"
 #include "WindowChrome.h"
 
-#include <QActionGroup>
 #include <QHBoxLayout>
 #include <QMenu>
 #include <QToolButton>
@@ -61,15 +60,16 @@ TopToolbar::TopToolbar(AppModel &model, QWidget *parent)
 
     m_theme = makeButton("themeButton", QStringLiteral("切换主题"));
     m_themeMenu = new QMenu(m_theme);
-    auto *group = new QActionGroup(m_themeMenu);
+    // Check marks, not radio buttons; updateState keeps exactly one checked.
     for (const TarnTheme theme : TarnThemes::allCases) {
         const auto name = TarnThemes::displayName(theme);
-        QAction *action =
-            m_themeMenu->addAction(QString::fromUtf16(name.data(), qsizetype(name.size())),
-                                   &m_model, [this, theme] { m_model.setTheme(theme); });
+        QAction *action = m_themeMenu->addAction(
+            QString::fromUtf16(name.data(), qsizetype(name.size())), &m_model, [this, theme] {
+                m_model.setTheme(theme);
+                updateState(); // the current theme chosen again keeps its check mark
+            });
         action->setCheckable(true);
         action->setData(int(theme));
-        group->addAction(action);
     }
     m_theme->setMenu(m_themeMenu);
     m_theme->setPopupMode(QToolButton::InstantPopup);

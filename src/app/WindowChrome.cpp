@@ -1,6 +1,7 @@
 // Theme colours turned into Qt colours and palettes.
 #include "WindowChrome.h"
 
+#include <QApplication>
 #include <QWidget>
 
 namespace WindowChrome {
@@ -99,6 +100,9 @@ QPalette palette(TarnTheme theme)
 
 void apply(QWidget *window, TarnTheme theme)
 {
+    // Application-wide, so menus, dialogs and the contact window follow the theme too.
+    if (qApp)
+        QApplication::setPalette(palette(theme));
     window->setPalette(palette(theme));
 }
 

@@ -26,7 +26,7 @@ QColor separator(TarnTheme theme);
 
 // Window = the theme's background, text in the appearance's label colour, highlight = accent.
 QPalette palette(TarnTheme theme);
-// Gives `window` and everything in it the theme's palette.
+// Gives `window`, everything in it and the application's other windows the theme's palette.
 void apply(QWidget *window, TarnTheme theme);
 // Paints `widget`'s own background in `color` (opaque colours only).
 void fillBackground(QWidget *widget, const QColor &color);

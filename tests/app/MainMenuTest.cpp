@@ -247,6 +247,9 @@ void MainMenuTest::oneThemeChecked()
         QCOMPARE(checked, 1);
         QVERIFY(themes->actions().at(chosen)->isChecked());
     }
+    // Choosing the current theme again keeps its check mark.
+    themes->actions().at(0)->trigger();
+    QVERIFY(themes->actions().at(0)->isChecked());
     // A theme set elsewhere (the toolbar) moves the check mark too.
     f.app.model->setTheme(TarnTheme::warm);
     QVERIFY(themes->actions().at(2)->isChecked());

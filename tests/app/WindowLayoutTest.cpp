@@ -161,6 +161,8 @@ void WindowLayoutTest::themeMenuFollowsModel()
         QCOMPARE(f.view.sidebar()->palette().color(QPalette::Window),
                  WindowChrome::sidebar(TarnTheme(chosen)));
     }
+    menu->actions().at(3)->trigger(); // the current one again
+    QVERIFY(menu->actions().at(3)->isChecked());
     QCOMPARE(f.app.settings->value(QStringLiteral("tarn.theme")).toString(),
              QStringLiteral("dark"));
 }
