@@ -120,16 +120,11 @@ void ContentView::updateTheme()
 {
     const TarnTheme theme = m_model.theme();
     WindowChrome::fillBackground(this, WindowChrome::background(theme));
-    for (QWidget *line : {m_divider, m_sidebarDivider}) {
-        // The hairline is drawn over the bars' colour, so flatten it onto that.
-        const QColor hairline = WindowChrome::separator(theme);
-        const QColor base = WindowChrome::sidebar(theme);
-        const double a = hairline.alphaF();
-        WindowChrome::fillBackground(
-            line, QColor::fromRgbF(float(hairline.redF() * a + base.redF() * (1 - a)),
-                                   float(hairline.greenF() * a + base.greenF() * (1 - a)),
-                                   float(hairline.blueF() * a + base.blueF() * (1 - a))));
-    }
+    // The hairlines lie on the bars' colour.
+    const QColor hairline =
+        WindowChrome::over(WindowChrome::separator(theme), WindowChrome::sidebar(theme));
+    for (QWidget *line : {m_divider, m_sidebarDivider})
+        WindowChrome::fillBackground(line, hairline);
     m_editor->setTheme(theme);
 }
 

@@ -16,6 +16,8 @@
 
 namespace {
 
+// Kept in properties rather than QAction::data(), which items the desktop adds may use.
+const char kCommandProperty[] = "tarnCommand";
 const char kThemeProperty[] = "tarnTheme";
 const char kWatchedProperty[] = "tarnWatched";
 
@@ -39,16 +41,15 @@ MainMenu::MainMenu(AppModel &model, QObject *parent)
 
 MainMenu::Command MainMenu::command(const QAction *action)
 {
-    if (!action || !action->data().isValid())
-        return Command::none;
-    return Command(action->data().toInt());
+    const QVariant value = action ? action->property(kCommandProperty) : QVariant();
+    return value.isValid() ? Command(value.toInt()) : Command::none;
 }
 
 QAction *MainMenu::addItem(QMenu *menu, const QString &title, Command command,
                            const QKeySequence &shortcut)
 {
     QAction *action = menu->addAction(title);
-    action->setData(int(command));
+    action->setProperty(kCommandProperty, int(command));
     action->setShortcut(shortcut);
     connect(action, &QAction::triggered, this,
             [this, command, action] { trigger(command, action); });

@@ -52,9 +52,6 @@ QColor separator(TarnTheme theme)
     return withAlpha(isDark(theme) ? Qt::white : Qt::black, isDark(theme) ? 0.14 : 0.10);
 }
 
-namespace {
-
-// Translucent label colours flattened onto a background, for roles Qt paints without blending.
 QColor over(const QColor &color, const QColor &base)
 {
     const double a = color.alphaF();
@@ -62,8 +59,6 @@ QColor over(const QColor &color, const QColor &base)
                             float(color.greenF() * a + base.greenF() * (1 - a)),
                             float(color.blueF() * a + base.blueF() * (1 - a)));
 }
-
-} // namespace
 
 QPalette palette(TarnTheme theme)
 {

@@ -23,6 +23,8 @@ QColor primaryText(TarnTheme theme);
 QColor secondaryText(TarnTheme theme);
 // Hairlines between the bars and panes.
 QColor separator(TarnTheme theme);
+// A translucent colour flattened onto an opaque one, for places Qt paints without blending.
+QColor over(const QColor &color, const QColor &base);
 
 // Window = the theme's background, text in the appearance's label colour, highlight = accent.
 QPalette palette(TarnTheme theme);
