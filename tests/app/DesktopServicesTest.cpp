@@ -164,8 +164,11 @@ void DesktopServicesTest::shippedContactDetails()
     QStringList schemes;
     for (const ContactEntry &entry : details->entries)
         schemes << entry.url.scheme();
+    // Every shipped address must be one a desktop can open.
     QVERIFY(schemes.contains(QStringLiteral("mailto")));
-    QVERIFY(schemes.contains(QStringLiteral("https")));
+    for (const QString &scheme : schemes)
+        QVERIFY2(scheme == QLatin1String("mailto") || scheme == QLatin1String("https"),
+                 qPrintable(scheme));
 
     ContactWindow window;
     QCOMPARE(window.windowTitle(), QStringLiteral("联系作者"));
