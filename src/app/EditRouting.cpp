@@ -10,40 +10,27 @@
 namespace EditRouting {
 namespace {
 
-template<typename Edit> bool performOnTextEdit(Command command, Edit *edit)
+// Delete removes the selection as one undo step, like typing Delete.
+template<typename Edit> bool deleteSelection(Edit *edit)
 {
-    switch (command) {
-    case Command::undo:
-        edit->undo();
-        break;
-    case Command::redo:
-        edit->redo();
-        break;
-    case Command::cut:
-        edit->cut();
-        break;
-    case Command::copy:
-        edit->copy();
-        break;
-    case Command::paste:
-        edit->paste();
-        break;
-    case Command::deleteSelection: {
-        if (edit->isReadOnly())
-            return false;
-        QTextCursor cursor = edit->textCursor();
-        cursor.removeSelectedText(); // one undo step, like typing Delete
-        edit->setTextCursor(cursor);
-        break;
-    }
-    case Command::selectAll:
-        edit->selectAll();
-        break;
-    }
+    if (edit->isReadOnly())
+        return false;
+    QTextCursor cursor = edit->textCursor();
+    cursor.removeSelectedText();
+    edit->setTextCursor(cursor);
     return true;
 }
 
-bool performOnLineEdit(Command command, QLineEdit *edit)
+bool deleteSelection(QLineEdit *edit)
+{
+    if (edit->isReadOnly() || !edit->hasSelectedText())
+        return false;
+    edit->del();
+    return true;
+}
+
+// The same commands on QPlainTextEdit, QTextEdit and QLineEdit.
+template<typename Edit> bool performOnEdit(Command command, Edit *edit)
 {
     switch (command) {
     case Command::undo:
@@ -62,10 +49,7 @@ bool performOnLineEdit(Command command, QLineEdit *edit)
         edit->paste();
         break;
     case Command::deleteSelection:
-        if (edit->isReadOnly() || !edit->hasSelectedText())
-            return false;
-        edit->del();
-        break;
+        return deleteSelection(edit);
     case Command::selectAll:
         edit->selectAll();
         break;
@@ -99,11 +83,11 @@ QWebEnginePage::WebAction webAction(Command command)
 bool perform(Command command, QWidget *focus)
 {
     if (auto *edit = qobject_cast<QLineEdit *>(focus))
-        return performOnLineEdit(command, edit);
+        return performOnEdit(command, edit);
     if (auto *edit = qobject_cast<QPlainTextEdit *>(focus))
-        return performOnTextEdit(command, edit);
+        return performOnEdit(command, edit);
     if (auto *edit = qobject_cast<QTextEdit *>(focus))
-        return performOnTextEdit(command, edit);
+        return performOnEdit(command, edit);
     // The web view's keyboard focus sits on an internal child widget.
     for (QWidget *widget = focus; widget; widget = widget->parentWidget()) {
         if (auto *view = qobject_cast<QWebEngineView *>(widget)) {
