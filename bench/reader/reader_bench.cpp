@@ -3,6 +3,7 @@
 #include "ReaderPageLoader.h"
 #include "ReaderScripts.h"
 #include "TarnPDFExporter.h"
+#include "WebBenchMain.h"
 #include "WebEngineProcess.h"
 
 #include <QApplication>
@@ -154,14 +155,5 @@ BENCHMARK(BM_PdfTwoHundredKilobytesTenDiagrams)
 
 int main(int argc, char *argv[])
 {
-    // Exports log through the shared usage log; keep it out of the user's own.
-    QTemporaryDir logFolder;
-    if (qEnvironmentVariableIsEmpty("TARN_LOG_DIR"))
-        qputenv("TARN_LOG_DIR", logFolder.path().toUtf8());
-    configureWebEngineForProcess();
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runWebEngineBenchmarks(argc, argv);
 }

@@ -3,10 +3,11 @@
 // Run under an X server (xvfb-run), like the web tests.
 #include "AppModel.h"
 #include "DocumentGenerator.h"
+#include "ModelFixture.h"
 #include "ReaderPane.h"
-#include "ScriptedPlatform.h"
 #include "TarnUsageLogger.h"
 #include "TarnWebView.h"
+#include "WebBenchMain.h"
 #include "WebEngineProcess.h"
 
 #include <QApplication>
@@ -99,24 +100,14 @@ TreeMemory processTreeMemory()
 }
 
 // A model on files in a temporary folder and a shown reader pane, as in the window.
-struct Reader
+struct Reader : ModelFixture
 {
     Reader()
     {
-        settings = std::make_unique<QSettings>(dir.filePath(QStringLiteral("settings.ini")),
-                                               QSettings::IniFormat);
-        logger = std::make_unique<TarnUsageLogger>(dir.filePath(QStringLiteral("logs")));
-        model = std::make_unique<AppModel>(*settings, platform, pdf, *logger);
         pane = std::make_unique<ReaderPane>(*model);
         pane->resize(1180 - 252, 700);
         pane->show();
     }
-    ~Reader()
-    {
-        pane.reset();
-        model.reset();
-    }
-
     TarnDocument *open(const QString &name, const std::string &markdown)
     {
         QFile file(dir.filePath(name));
@@ -139,12 +130,7 @@ struct Reader
         return ok;
     }
 
-    QTemporaryDir dir;
-    ScriptedPlatform platform;
-    ScriptedPdfExportService pdf;
-    std::unique_ptr<QSettings> settings;
-    std::unique_ptr<TarnUsageLogger> logger;
-    std::unique_ptr<AppModel> model;
+    // Destroyed before the model it shows.
     std::unique_ptr<ReaderPane> pane;
 };
 
@@ -228,14 +214,5 @@ BENCHMARK(BM_SwitchBackToUnchangedTab)
 
 int main(int argc, char *argv[])
 {
-    // Opening files logs through the usage log; keep it out of the user's own.
-    QTemporaryDir logFolder;
-    if (qEnvironmentVariableIsEmpty("TARN_LOG_DIR"))
-        qputenv("TARN_LOG_DIR", logFolder.path().toUtf8());
-    configureWebEngineForProcess();
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runWebEngineBenchmarks(argc, argv);
 }

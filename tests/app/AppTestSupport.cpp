@@ -5,19 +5,6 @@
 #include <QRegularExpression>
 #include <QTest>
 
-AppHarness::AppHarness(const QByteArray &iniText)
-{
-    if (!iniText.isEmpty()) {
-        QFile ini(path(QStringLiteral("settings.ini")));
-        if (ini.open(QIODevice::WriteOnly))
-            ini.write(iniText);
-    }
-    settings =
-        std::make_unique<QSettings>(path(QStringLiteral("settings.ini")), QSettings::IniFormat);
-    logger = std::make_unique<TarnUsageLogger>(path(QStringLiteral("logs")));
-    model = std::make_unique<AppModel>(*settings, platform, pdf, *logger);
-}
-
 QUrl AppHarness::file(const QString &name, const QString &text) const
 {
     QFile out(path(name));

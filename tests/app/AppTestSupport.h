@@ -4,7 +4,7 @@
 #include "AppModel.h"
 #include "ContentView.h"
 #include "MainWindow.h"
-#include "ScriptedPlatform.h"
+#include "ModelFixture.h"
 #include "TarnUsageLogger.h"
 #include "TopToolbar.h"
 
@@ -14,26 +14,20 @@
 
 #include <memory>
 
-class AppHarness
+class AppHarness : public ModelFixture
 {
 public:
     // `iniText` is put in place as the settings file before the model reads it.
-    explicit AppHarness(const QByteArray &iniText = {});
+    explicit AppHarness(const QByteArray &iniText = {})
+        : ModelFixture(iniText)
+    {}
 
-    QString path(const QString &name) const { return dir.filePath(name); }
     // Writes `text` (UTF-8) to `name` in the folder and returns its URL.
     QUrl file(const QString &name, const QString &text = QStringLiteral("# Title\n")) const;
     // Creates the files and opens them as tabs, the last one selected.
     QList<TarnDocument *> open(const QStringList &names);
     // The usage-log event names written so far.
     QStringList events();
-
-    QTemporaryDir dir;
-    ScriptedPlatform platform;
-    ScriptedPdfExportService pdf;
-    std::unique_ptr<QSettings> settings;
-    std::unique_ptr<TarnUsageLogger> logger;
-    std::unique_ptr<AppModel> model;
 };
 
 // The main window over a fresh harness, shown at its initial size.

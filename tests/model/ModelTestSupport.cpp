@@ -92,19 +92,10 @@ void writeFile(const QString &path, const QByteArray &bytes)
         qFatal("cannot prepare test file %s", qPrintable(path));
 }
 
-ModelHarness::ModelHarness()
-    : ModelHarness(QByteArray())
+ModelHarness::ModelHarness(const QByteArray &iniText, SteppingClock steppingClock)
+    : ModelFixture(iniText, steppingClock.clock())
+    , clock(steppingClock)
 {}
-
-ModelHarness::ModelHarness(const QByteArray &iniText)
-{
-    if (!iniText.isNull())
-        writeFile(path(QStringLiteral("settings.ini")), iniText);
-    settings =
-        std::make_unique<QSettings>(path(QStringLiteral("settings.ini")), QSettings::IniFormat);
-    logger = std::make_unique<TarnUsageLogger>(path(QStringLiteral("logs")), clock.clock());
-    model = std::make_unique<AppModel>(*settings, platform, pdf, *logger, clock.clock());
-}
 
 QUrl ModelHarness::file(const QString &name, const QByteArray &bytes) const
 {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "AppModel.h"
+#include "ModelFixture.h"
 #include "ScriptedPlatform.h"
 #include "TarnUsageLogger.h"
 
@@ -40,14 +41,13 @@ QByteArray readFile(const QString &path);
 void writeFile(const QString &path, const QByteArray &bytes);
 
 // A model over a fresh temporary folder: settings in "settings.ini", the log in "logs".
-class ModelHarness
+class ModelHarness : public ModelFixture
 {
 public:
-    ModelHarness();
-    // Settings to put in place before the model reads them.
-    explicit ModelHarness(const QByteArray &iniText);
+    // Settings to put in place before the model reads them; the log and the model share one
+    // stepping clock.
+    explicit ModelHarness(const QByteArray &iniText = {}, SteppingClock steppingClock = {});
 
-    QString path(const QString &name) const { return dir.filePath(name); }
     QUrl url(const QString &name) const { return QUrl::fromLocalFile(path(name)); }
     // Writes `bytes` to `name` in the folder and returns its URL.
     QUrl file(const QString &name, const QByteArray &bytes) const;
@@ -56,11 +56,5 @@ public:
     // Settings as a fresh reader of the INI file sees them.
     QVariant storedValue(const QString &key) const;
 
-    QTemporaryDir dir;
     SteppingClock clock;
-    ScriptedPlatform platform;
-    ScriptedPdfExportService pdf;
-    std::unique_ptr<QSettings> settings;
-    std::unique_ptr<TarnUsageLogger> logger;
-    std::unique_ptr<AppModel> model;
 };

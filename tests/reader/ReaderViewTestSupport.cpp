@@ -149,19 +149,9 @@ void BridgeHarness::post(const QString &objectLiteral)
 
 PaneHarness::PaneHarness()
 {
-    settings = std::make_unique<QSettings>(dir.filePath(QStringLiteral("settings.ini")),
-                                           QSettings::IniFormat);
-    logger = std::make_unique<TarnUsageLogger>(dir.filePath(QStringLiteral("logs")));
-    model = std::make_unique<AppModel>(*settings, platform, pdf, *logger);
     pane = std::make_unique<ReaderPane>(*model);
     pane->resize(1100, 700);
     pane->show();
-}
-
-PaneHarness::~PaneHarness()
-{
-    pane.reset();
-    model.reset();
 }
 
 QUrl PaneHarness::file(const QString &name, const QString &text) const

@@ -4,7 +4,7 @@
 
 #include "AppModel.h"
 #include "MarkdownWebView.h"
-#include "ScriptedPlatform.h"
+#include "ModelFixture.h"
 #include "TarnUsageLogger.h"
 #include "TarnWebView.h"
 
@@ -66,13 +66,11 @@ public:
 };
 
 // A real model on settings and files in a temporary folder, with a reader pane showing it.
-class PaneHarness
+class PaneHarness : public ModelFixture
 {
 public:
     PaneHarness();
-    ~PaneHarness();
 
-    QString path(const QString &name) const { return dir.filePath(name); }
     // Writes `text` to `name` in the folder and returns its URL.
     QUrl file(const QString &name, const QString &text) const;
     // Opens the file as a tab and waits until its page is ready.
@@ -80,12 +78,7 @@ public:
     TarnWebView *view() const;
     QVariant eval(const QString &script);
 
-    QTemporaryDir dir;
-    ScriptedPlatform platform;
-    ScriptedPdfExportService pdf;
-    std::unique_ptr<QSettings> settings;
-    std::unique_ptr<TarnUsageLogger> logger;
-    std::unique_ptr<AppModel> model;
+    // Destroyed before the model it shows.
     std::unique_ptr<ReaderPane> pane;
 };
 
