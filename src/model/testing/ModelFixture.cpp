@@ -17,3 +17,9 @@ ModelFixture::ModelFixture(const QByteArray &iniText, TarnClock clock)
 }
 
 ModelFixture::~ModelFixture() = default;
+
+QList<LogLine> ModelFixture::log() const
+{
+    logger->flush();
+    return readUsageLog(logger->logFilePath());
+}

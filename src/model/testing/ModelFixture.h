@@ -6,6 +6,7 @@
 #include "ScriptedPlatform.h"
 #include "TarnClock.h"
 #include "TarnUsageLogger.h"
+#include "UsageLogReader.h"
 
 #include <QByteArray>
 #include <QSettings>
@@ -21,6 +22,9 @@ public:
     virtual ~ModelFixture();
 
     QString path(const QString &name) const { return dir.filePath(name); }
+    // The usage log so far (waits for queued lines).
+    QList<LogLine> log() const;
+    QStringList events() const { return eventNames(log()); }
 
     QTemporaryDir dir;
     ScriptedPlatform platform;
