@@ -1,8 +1,9 @@
-// Conversions between QString (what QtTest prints) and the renderer's UTF-16 strings.
+// The renderer's test class, shared by the files that hold its rows, and string conversions.
 #pragma once
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <string>
 #include <string_view>
@@ -26,8 +27,39 @@ inline QString lines(std::initializer_list<const char *> parts)
     return list.join(QLatin1Char('\n'));
 }
 
-QObject *makeBlocksTest();
-QObject *makeInlineTest();
-QObject *makeHeadingsTest();
-QObject *makeCodeTablesTest();
-QObject *makePageTest();
+// Rows of the fragment table (Markdown in, HTML out), by topic.
+void addBlockRows();
+void addCodeAndTableRows();
+
+class RenderTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void fragment_data();
+    void fragment();
+    void slugs_data();
+    void slugs();
+    void headingHtmlAndOutline();
+    void fenceLanguage_data();
+    void fenceLanguage();
+    void tableSeparator_data();
+    void tableSeparator();
+    void diagramsAreNumberedAndFlagged();
+    void renderInline_data();
+    void renderInline();
+    void escaping();
+    void plainText_data();
+    void plainText();
+    void scannersAgreeWithIcu();
+    void pageStructure();
+    void stylesheetPerTheme_data();
+    void stylesheetPerTheme();
+    void title_data();
+    void title();
+    void diagramLibraryOnlyWithDiagrams();
+    void lineEnds_data();
+    void lineEnds();
+    void themes();
+};

@@ -1,19 +1,22 @@
-// Runs the renderer's test classes in one binary.
+// Runs the renderer's tests: the fragment table is filled from the files of each topic.
+#include "RendererInternal.h"
 #include "TestSupport.h"
 
-#include <QCoreApplication>
 #include <QTest>
 
-#include <memory>
-
-int main(int argc, char **argv)
+void RenderTest::fragment_data()
 {
-    QCoreApplication app(argc, argv);
-    int failures = 0;
-    for (auto make :
-         {makeBlocksTest, makeInlineTest, makeHeadingsTest, makeCodeTablesTest, makePageTest}) {
-        std::unique_ptr<QObject> test(make());
-        failures += QTest::qExec(test.get(), argc, argv);
-    }
-    return failures == 0 ? 0 : 1;
+    QTest::addColumn<QString>("markdown");
+    QTest::addColumn<QString>("html");
+    addBlockRows();
+    addCodeAndTableRows();
 }
+
+void RenderTest::fragment()
+{
+    QFETCH(QString, markdown);
+    QFETCH(QString, html);
+    QCOMPARE(qs(MarkdownRenderer::renderFragment(u16(markdown)).html), html);
+}
+
+QTEST_GUILESS_MAIN(RenderTest)

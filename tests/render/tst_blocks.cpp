@@ -1,4 +1,4 @@
-// Block grammar: precedence, paragraphs, quotes, lists, rules and the empty state.
+// Block grammar (precedence, paragraphs, quotes, lists, rules, the empty state) and headings.
 #include "RendererInternal.h"
 #include "TestSupport.h"
 
@@ -8,200 +8,117 @@ namespace {
 
 const char *const kEmpty = "<section class=\"empty-state\"><h1>Tarn</h1><p>打开或拖入 Markdown "
                            "文件开始阅读。</p></section>";
-
-class BlocksTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void fragment_data();
-    void fragment();
-    void listRecognition_data();
-    void listRecognition();
-    void lineTests_data();
-    void lineTests();
-};
-
-void BlocksTest::fragment_data()
-{
-    QTest::addColumn<QString>("markdown");
-    QTest::addColumn<QString>("html");
-
-    // Empty documents
-    QTest::newRow("empty") << "" << kEmpty;
-    QTest::newRow("blank lines of every kind") << "  \n\t\n\u3000\u00A0\n" << kEmpty;
-
-    // Paragraphs
-    QTest::newRow("lines join with a space")
-        << lines({"line one", "line two"}) << "<p>line one line two</p>";
-    QTest::newRow("raw lines keep their spaces") << lines({"  a  ", "b"}) << "<p>  a   b</p>";
-    QTest::newRow("no hard break from a backslash") << lines({"a\\", "b"}) << "<p>a\\ b</p>";
-    QTest::newRow("paragraph then rule") << lines({"Title", "---"}) << "<p>Title</p>\n<hr>";
-    QTest::newRow("paragraph then bullet")
-        << lines({"text", "- item"}) << "<p>text</p>\n<ul>\n<li>item</li>\n</ul>";
-    QTest::newRow("paragraph then any ordered item")
-        << lines({"text", "7. item"}) << "<p>text</p>\n<ol start=\"7\">\n<li>item</li>\n</ol>";
-    QTest::newRow("paragraph then fence")
-        << lines({"text", "```", "code", "```"}) << "<p>text</p>\n<pre><code>code</code></pre>";
-    QTest::newRow("paragraph then quote")
-        << lines({"text", "> q"}) << "<p>text</p>\n<blockquote>q</blockquote>";
-    QTest::newRow("paragraph then heading")
-        << lines({"text", "# H"}) << "<p>text</p>\n<h1 id=\"h\">H</h1>";
-    QTest::newRow("paragraph then table")
-        << lines({"text", "a | b", "---|---"})
-        << "<p>text</p>\n<div class=\"table-wrap\">\n<table>\n<thead><tr><th>a</th><th>b</th>"
-           "</tr></thead>\n<tbody>\n\n</tbody>\n</table>\n</div>";
-    QTest::newRow("emphasis across lines") << lines({"*a", "b*"}) << "<p><em>a b</em></p>";
-    QTest::newRow("trailing newline changes nothing") << "para\n"
-                                                      << "<p>para</p>";
-    QTest::newRow("hash without space is text") << "#Title"
-                                                << "<p>#Title</p>";
-    QTest::newRow("seven hashes are text") << "####### Seven"
-                                           << "<p>####### Seven</p>";
-    QTest::newRow("tab after hash is text") << "#\tx"
-                                            << "<p>#\tx</p>";
-
-    // Rules
-    QTest::newRow("rules") << lines({"***", "___", "-----", "   ---   "})
-                           << "<hr>\n<hr>\n<hr>\n<hr>";
-    QTest::newRow("two dashes are text") << "--"
-                                         << "<p>--</p>";
-    QTest::newRow("spaced dashes are a list item") << "- - -"
-                                                   << "<ul>\n<li>- -</li>\n</ul>";
-    QTest::newRow("dash with combining mark is no rule") << "--\u0301-"
-                                                         << "<p>--\u0301-</p>";
-
-    // Quotes
-    QTest::newRow("quote lines") << lines({"> a", "> b"}) << "<blockquote>a<br>b</blockquote>";
-    QTest::newRow("empty quote line")
-        << lines({"> a", ">", "> b"}) << "<blockquote>a<br><br>b</blockquote>";
-    QTest::newRow("no nested quotes") << "> > deep"
-                                      << "<blockquote>&gt; deep</blockquote>";
-    QTest::newRow("quote ends at a plain line")
-        << lines({"> a", "b"}) << "<blockquote>a</blockquote>\n<p>b</p>";
-    QTest::newRow("headings inside quotes are text") << "> # no"
-                                                     << "<blockquote># no</blockquote>";
-
-    // Lists
-    QTest::newRow("ordered start")
-        << lines({"3. a", "4. b"}) << "<ol start=\"3\">\n<li>a</li>\n<li>b</li>\n</ol>";
-    QTest::newRow("only the first number counts")
-        << lines({"1. a", "5. b"}) << "<ol>\n<li>a</li>\n<li>b</li>\n</ol>";
-    QTest::newRow("zero start") << "0. a"
-                                << "<ol start=\"0\">\n<li>a</li>\n</ol>";
-    QTest::newRow("leading zeros") << "007. a"
-                                   << "<ol start=\"7\">\n<li>a</li>\n</ol>";
-    QTest::newRow("huge number has no start") << "99999999999999999999. a"
-                                              << "<ol>\n<li>a</li>\n</ol>";
-    QTest::newRow("arabic-indic digits have no start") << "\u0663. a"
-                                                       << "<ol>\n<li>a</li>\n</ol>";
-    QTest::newRow("bullet then ordered")
-        << lines({"- a", "1. b"}) << "<ul>\n<li>a</li>\n</ul>\n<ol>\n<li>b</li>\n</ol>";
-    QTest::newRow("task items mix with bullets")
-        << lines({"- [ ] plan", "- [X] done", "- plain"})
-        << "<ul>\n<li class=\"task-item\"><input type=\"checkbox\" disabled><span>plan</span>"
-           "</li>\n<li class=\"task-item\"><input type=\"checkbox\" disabled checked><span>done"
-           "</span></li>\n<li>plain</li>\n</ul>";
-    QTest::newRow("blank line splits lists")
-        << lines({"- a", "", "- b"}) << "<ul>\n<li>a</li>\n</ul>\n<ul>\n<li>b</li>\n</ul>";
-    QTest::newRow("no nesting") << lines({"- top", "    - nested"})
-                                << "<ul>\n<li>top</li>\n<li>nested</li>\n</ul>";
-    QTest::newRow("markers mix") << lines({"- a", "* b", "+ c"})
-                                 << "<ul>\n<li>a</li>\n<li>b</li>\n<li>c</li>\n</ul>";
-    QTest::newRow("list ends at text")
-        << lines({"- a", "b"}) << "<ul>\n<li>a</li>\n</ul>\n<p>b</p>";
-    QTest::newRow("indented heading") << "   # Title"
-                                      << "<h1 id=\"title\">Title</h1>";
-    QTest::newRow("indentation ignored for quotes") << "\t> q"
-                                                    << "<blockquote>q</blockquote>";
-}
-
-void BlocksTest::fragment()
-{
-    QFETCH(QString, markdown);
-    QFETCH(QString, html);
-    QCOMPARE(qs(MarkdownRenderer::renderFragment(u16(markdown)).html), html);
-}
-
-void BlocksTest::listRecognition_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<bool>("isItem");
-    QTest::addColumn<bool>("ordered");
-    QTest::addColumn<QString>("content");
-    QTest::addColumn<int>("checked");     // -1 absent, 0 false, 1 true
-    QTest::addColumn<qlonglong>("start"); // -1 absent
-
-    QTest::newRow("bullet") << "- item" << true << false << "item" << -1 << -1LL;
-    QTest::newRow("star") << "* item" << true << false << "item" << -1 << -1LL;
-    QTest::newRow("no space") << "-item" << false << false << "" << -1 << -1LL;
-    QTest::newRow("dash alone") << "-" << false << false << "" << -1 << -1LL;
-    QTest::newRow("dash space") << "- " << false << false << "" << -1 << -1LL;
-    QTest::newRow("ideographic space") << "-\u3000x" << true << false << "x" << -1 << -1LL;
-    QTest::newRow("task open") << "- [ ] a" << true << false << "a" << 0 << -1LL;
-    QTest::newRow("task x") << "+ [x] a" << true << false << "a" << 1 << -1LL;
-    QTest::newRow("task X") << "* [X] a" << true << false << "a" << 1 << -1LL;
-    QTest::newRow("box alone") << "- [x]" << true << false << "[x]" << -1 << -1LL;
-    QTest::newRow("box with y") << "- [y] a" << true << false << "[y] a" << -1 << -1LL;
-    QTest::newRow("ordered") << "12. text" << true << true << "text" << -1 << 12LL;
-    QTest::newRow("ordered task is not a task")
-        << "1. [ ] a" << true << true << "[ ] a" << -1 << 1LL;
-    QTest::newRow("paren marker") << "1) item" << false << false << "" << -1 << -1LL;
-    QTest::newRow("no space after dot") << "1.item" << false << false << "" << -1 << -1LL;
-    QTest::newRow("indented") << "   - x" << true << false << "x" << -1 << -1LL;
-    QTest::newRow("content keeps inner spaces")
-        << "-  a  b" << true << false << "a  b" << -1 << -1LL;
-}
-
-void BlocksTest::listRecognition()
-{
-    QFETCH(QString, line);
-    QFETCH(bool, isItem);
-    const auto item = TarnRender::listInfo(u16(line));
-    QCOMPARE(item.has_value(), isItem);
-    if (!item)
-        return;
-    QFETCH(bool, ordered);
-    QFETCH(QString, content);
-    QFETCH(int, checked);
-    QFETCH(qlonglong, start);
-    QCOMPARE(item->ordered, ordered);
-    QCOMPARE(qs(item->content), content);
-    QCOMPARE(item->checked ? int(*item->checked) : -1, checked);
-    QCOMPARE(item->start ? qlonglong(*item->start) : -1LL, start);
-}
-
-void BlocksTest::lineTests_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<bool>("heading");
-    QTest::addColumn<bool>("rule");
-
-    QTest::newRow("h1") << "# a" << true << false;
-    QTest::newRow("h6") << "###### a" << true << false;
-    QTest::newRow("hash alone") << "#" << false << false;
-    QTest::newRow("hash space only") << "# " << false << false;
-    QTest::newRow("space with combining mark") << "# \u0301a" << false << false;
-    QTest::newRow("dashes") << "---" << false << true;
-    QTest::newRow("mixed rule chars") << "-*-" << false << false;
-    QTest::newRow("underscores") << "___" << false << true;
-    QTest::newRow("heading of dashes") << "# ---" << true << false;
-}
-
-void BlocksTest::lineTests()
-{
-    QFETCH(QString, line);
-    QFETCH(bool, heading);
-    QFETCH(bool, rule);
-    QCOMPARE(TarnRender::isHeadingStart(u16(line)), heading);
-    QCOMPARE(TarnRender::isHorizontalRule(u16(line)), rule);
-}
+const char *const kTask = "<li class=\"task-item\"><input type=\"checkbox\" disabled";
 
 } // namespace
 
-QObject *makeBlocksTest()
+void addBlockRows()
 {
-    return new BlocksTest;
+    // clang-format off
+    QTest::newRow("empty") << "" << kEmpty;
+    QTest::newRow("blank lines of every kind") << "  \n\t\n\u3000\u00A0\n" << kEmpty;
+
+    // Paragraphs, and what interrupts them
+    QTest::newRow("lines join with a space") << lines({"line one", "line two"}) << "<p>line one line two</p>";
+    QTest::newRow("raw lines keep their spaces") << lines({"  a  ", "b"}) << "<p>  a   b</p>";
+    QTest::newRow("no hard break from a backslash") << lines({"a\\", "b"}) << "<p>a\\ b</p>";
+    QTest::newRow("paragraph then rule") << lines({"Title", "---"}) << "<p>Title</p>\n<hr>";
+    QTest::newRow("paragraph then any ordered item") << lines({"text", "7. item"}) << "<p>text</p>\n<ol start=\"7\">\n<li>item</li>\n</ol>";
+    QTest::newRow("paragraph then fence") << lines({"text", "```", "code", "```"}) << "<p>text</p>\n<pre><code>code</code></pre>";
+    QTest::newRow("paragraph then quote") << lines({"text", "> q"}) << "<p>text</p>\n<blockquote>q</blockquote>";
+    QTest::newRow("paragraph then heading") << lines({"text", "# H"}) << "<p>text</p>\n<h1 id=\"h\">H</h1>";
+    QTest::newRow("paragraph then table") << lines({"text", "a | b", "---|---"})
+        << "<p>text</p>\n<div class=\"table-wrap\">\n<table>\n<thead><tr><th>a</th><th>b</th></tr></thead>\n<tbody>\n\n</tbody>\n</table>\n</div>";
+    QTest::newRow("emphasis across lines") << lines({"*a", "b*"}) << "<p><em>a b</em></p>";
+    QTest::newRow("trailing newline changes nothing") << "para\n" << "<p>para</p>";
+
+    // Headings and rules
+    QTest::newRow("hash without space is text") << "#Title" << "<p>#Title</p>";
+    QTest::newRow("hash and space alone are text") << lines({"#", "# "}) << "<p># # </p>";
+    QTest::newRow("seven hashes are text") << "####### Seven" << "<p>####### Seven</p>";
+    QTest::newRow("tab after hash is text") << "#\tx" << "<p>#\tx</p>";
+    QTest::newRow("combining mark on the space") << "# \u0301a" << "<p># \u0301a</p>";
+    QTest::newRow("indented heading") << "   # Title" << "<h1 id=\"title\">Title</h1>";
+    QTest::newRow("rules") << lines({"***", "___", "-----", "   ---   "}) << "<hr>\n<hr>\n<hr>\n<hr>";
+    QTest::newRow("two dashes are text") << "--" << "<p>--</p>";
+    QTest::newRow("mixed rule characters are text") << "-*-" << "<p>-*-</p>";
+    QTest::newRow("spaced dashes are a list item") << "- - -" << "<ul>\n<li>- -</li>\n</ul>";
+    QTest::newRow("dash with combining mark is no rule") << "--\u0301-" << "<p>--\u0301-</p>";
+
+    // Quotes
+    QTest::newRow("quote lines") << lines({"> a", "> b"}) << "<blockquote>a<br>b</blockquote>";
+    QTest::newRow("empty quote line") << lines({"> a", ">", "> b"}) << "<blockquote>a<br><br>b</blockquote>";
+    QTest::newRow("no nested quotes") << "> > deep" << "<blockquote>&gt; deep</blockquote>";
+    QTest::newRow("quote ends at a plain line") << lines({"> a", "b"}) << "<blockquote>a</blockquote>\n<p>b</p>";
+    QTest::newRow("headings inside quotes are text") << "> # no" << "<blockquote># no</blockquote>";
+    QTest::newRow("indentation ignored for quotes") << "\t> q" << "<blockquote>q</blockquote>";
+
+    // Lists
+    QTest::newRow("ordered start") << lines({"3. a", "4. b"}) << "<ol start=\"3\">\n<li>a</li>\n<li>b</li>\n</ol>";
+    QTest::newRow("only the first number counts") << lines({"1. a", "5. b"}) << "<ol>\n<li>a</li>\n<li>b</li>\n</ol>";
+    QTest::newRow("zero start") << "0. a" << "<ol start=\"0\">\n<li>a</li>\n</ol>";
+    QTest::newRow("leading zeros") << "007. a" << "<ol start=\"7\">\n<li>a</li>\n</ol>";
+    QTest::newRow("huge number has no start") << "99999999999999999999. a" << "<ol>\n<li>a</li>\n</ol>";
+    QTest::newRow("arabic-indic digits have no start") << "\u0663. a" << "<ol>\n<li>a</li>\n</ol>";
+    QTest::newRow("not list items") << lines({"-item", "-", "1) item", "1.item"}) << "<p>-item - 1) item 1.item</p>";
+    QTest::newRow("dash and space alone") << "- " << "<p>- </p>";
+    QTest::newRow("ideographic space, inner spaces kept") << lines({"-\u3000x", "   -  a  b"}) << "<ul>\n<li>x</li>\n<li>a  b</li>\n</ul>";
+    QTest::newRow("bullet then ordered") << lines({"- a", "1. b"}) << "<ul>\n<li>a</li>\n</ul>\n<ol>\n<li>b</li>\n</ol>";
+    QTest::newRow("task items mix with bullets") << lines({"- [ ] plan", "+ [x] done", "* [X] also", "- plain"})
+        << "<ul>\n" + QString(kTask) + "><span>plan</span></li>\n" + kTask + " checked><span>done</span></li>\n" + kTask + " checked><span>also</span></li>\n<li>plain</li>\n</ul>";
+    QTest::newRow("boxes that are not tasks") << lines({"- [x]", "- [y] a"}) << "<ul>\n<li>[x]</li>\n<li>[y] a</li>\n</ul>";
+    QTest::newRow("ordered task is not a task") << "12. [ ] a" << "<ol start=\"12\">\n<li>[ ] a</li>\n</ol>";
+    QTest::newRow("blank line splits lists") << lines({"- a", "", "- b"}) << "<ul>\n<li>a</li>\n</ul>\n<ul>\n<li>b</li>\n</ul>";
+    QTest::newRow("no nesting") << lines({"- top", "    - nested"}) << "<ul>\n<li>top</li>\n<li>nested</li>\n</ul>";
+    QTest::newRow("list ends at text") << lines({"- a", "b"}) << "<ul>\n<li>a</li>\n</ul>\n<p>b</p>";
+    // clang-format on
 }
 
-#include "tst_blocks.moc"
+void RenderTest::slugs_data()
+{
+    QTest::addColumn<QString>("markdown");
+    QTest::addColumn<QStringList>("ids");
+    // clang-format off
+    QTest::newRow("words") << "# Hello World" << QStringList{"hello-world"};
+    QTest::newRow("chinese") << "### 快速 开始" << QStringList{"快速-开始"};
+    QTest::newRow("punctuation") << "## Q&A: Part 1" << QStringList{"q-a-part-1"};
+    QTest::newRow("nothing left") << lines({"# ---", "# !!!"}) << QStringList{"section", "section-2"};
+    QTest::newRow("repeats") << lines({"# Intro", "## Intro", "### Intro"}) << QStringList{"intro", "intro-2", "intro-3"};
+    QTest::newRow("suffix collision accepted") << lines({"# A", "# A", "# A 2"}) << QStringList{"a", "a-2", "a-2"};
+    QTest::newRow("full lower-case mapping") << "# İstanbul" << QStringList{"i̇stanbul"};
+    QTest::newRow("marks and numbers kept") << "# Café ٣" << QStringList{"café-٣"};
+    QTest::newRow("underscore and symbols") << "# a+b=c" << QStringList{"a-b-c"};
+    QTest::newRow("emoji become hyphens") << "# ok 👍 go" << QStringList{"ok-go"};
+    // clang-format on
+}
+
+void RenderTest::slugs()
+{
+    QFETCH(QString, markdown);
+    QFETCH(QStringList, ids);
+    QStringList actual;
+    for (const TOCItem &item : MarkdownRenderer::renderFragment(u16(markdown)).toc)
+        actual << qs(item.id);
+    QCOMPARE(actual, ids);
+}
+
+void RenderTest::headingHtmlAndOutline()
+{
+    const auto fragment = MarkdownRenderer::renderFragment(
+        u16(lines({"# Hello World", "###### Six", "## Title ##", "# Use `code_name` here",
+                   "# [Docs](a.md) and **more**", "## a<b"})));
+    QCOMPARE(qs(fragment.html),
+             lines({"<h1 id=\"hello-world\">Hello World</h1>", "<h6 id=\"six\">Six</h6>",
+                    "<h2 id=\"title\">Title ##</h2>",
+                    "<h1 id=\"use-codename-here\">Use <code>code_name</code> here</h1>",
+                    "<h1 id=\"docs-and-more\"><a href=\"a.md\">Docs</a> and "
+                    "<strong>more</strong></h1>",
+                    "<h2 id=\"a-b\">a&lt;b</h2>"}));
+    const std::vector<TOCItem> expected = {{u"hello-world", u"Hello World", 1},
+                                           {u"six", u"Six", 6},
+                                           {u"title", u"Title ##", 2},
+                                           {u"use-codename-here", u"Use codename here", 1},
+                                           {u"docs-and-more", u"Docs and more", 1},
+                                           {u"a-b", u"a<b", 2}};
+    QVERIFY(fragment.toc == expected);
+}

@@ -6,137 +6,72 @@
 
 namespace {
 
-class CodeTablesTest : public QObject
+const char *const kHead = "<div class=\"table-wrap\">\n<table>\n<thead><tr>";
+const char *const kEnd = "</tbody>\n</table>\n</div>";
+
+} // namespace
+
+void addCodeAndTableRows()
 {
-    Q_OBJECT
-
-private slots:
-    void blocks_data();
-    void blocks();
-    void fenceLanguage_data();
-    void fenceLanguage();
-    void tableSeparator_data();
-    void tableSeparator();
-    void diagramsAreNumberedAndFlagged();
-};
-
-const char *const kTableHead = "<div class=\"table-wrap\">\n<table>\n<thead><tr>";
-
-void CodeTablesTest::blocks_data()
-{
-    QTest::addColumn<QString>("markdown");
-    QTest::addColumn<QString>("html");
-
-    // Fences
-    QTest::newRow("language and escaping")
-        << lines({"```sql", "a < 2", "```"})
-        << "<pre><code class=\"language-sql\">a &lt; 2</code></pre>";
-    QTest::newRow("indentation kept")
-        << lines({"```", "  indented", "```"}) << "<pre><code>  indented</code></pre>";
+    // clang-format off
+    QTest::newRow("language and escaping") << lines({"```sql", "a < 2", "```"}) << "<pre><code class=\"language-sql\">a &lt; 2</code></pre>";
+    QTest::newRow("indentation kept") << lines({"```", "  indented", "```"}) << "<pre><code>  indented</code></pre>";
     QTest::newRow("empty body") << lines({"```", "```"}) << "<pre><code></code></pre>";
-    QTest::newRow("unclosed swallows the rest")
-        << lines({"```", "# not a heading", "- nor a list"})
-        << "<pre><code># not a heading\n- nor a list</code></pre>";
-    QTest::newRow("closing line with text still closes")
-        << lines({"```", "x", "```js", "after"}) << "<pre><code>x</code></pre>\n<p>after</p>";
-    QTest::newRow("no inline rendering in code")
-        << lines({"```", "**b** [l](u)", "```"}) << "<pre><code>**b** [l](u)</code></pre>";
-    QTest::newRow("mermaidjs is plain code")
-        << lines({"```mermaidjs", "x", "```"})
-        << "<pre><code class=\"language-mermaidjs\">x</code></pre>";
-    QTest::newRow("diagram")
-        << lines({"```mmd", "a-->b", "```"})
-        << "<figure class=\"mermaid-diagram\" data-mermaid-id=\"tarn-mermaid-0\">\n"
-           "<div class=\"mermaid-output\" aria-label=\"流程图\"></div>\n"
+    QTest::newRow("unclosed swallows the rest") << lines({"```", "# not a heading", "- nor a list"}) << "<pre><code># not a heading\n- nor a list</code></pre>";
+    QTest::newRow("closing line with text still closes") << lines({"```", "x", "```js", "after"}) << "<pre><code>x</code></pre>\n<p>after</p>";
+    QTest::newRow("no inline rendering in code") << lines({"```", "**b** [l](u)", "```"}) << "<pre><code>**b** [l](u)</code></pre>";
+    QTest::newRow("mermaidjs is plain code") << lines({"```mermaidjs", "x", "```"}) << "<pre><code class=\"language-mermaidjs\">x</code></pre>";
+    QTest::newRow("diagram") << lines({"```mmd", "a-->b", "```"})
+        << "<figure class=\"mermaid-diagram\" data-mermaid-id=\"tarn-mermaid-0\">\n<div class=\"mermaid-output\" aria-label=\"流程图\"></div>\n"
            "<pre class=\"mermaid-source\"><code>a--&gt;b</code></pre>\n</figure>";
-    QTest::newRow("language attribute escaped")
-        << "```a\"b\n```"
-        << "<pre><code class=\"language-a&quot;b\"></code></pre>";
+    QTest::newRow("language attribute escaped") << "```a\"b\n```" << "<pre><code class=\"language-a&quot;b\"></code></pre>";
 
-    // Tables
-    QTest::newRow("table") << lines({"| a | b |", "|---|:-:|", "| 1 | 2 |"})
-                           << QString(kTableHead) +
-                                  "<th>a</th><th>b</th></tr></thead>\n<tbody>\n<tr><td>1</td>"
-                                  "<td>2</td></tr>\n</tbody>\n</table>\n</div>";
-    QTest::newRow("no body")
-        << lines({"| a |", "|---|"})
-        << QString(kTableHead) + "<th>a</th></tr></thead>\n<tbody>\n\n</tbody>\n</table>\n</div>";
-    QTest::newRow("rule line under a bar line")
-        << lines({"a | b", "---"})
-        << QString(kTableHead) +
-               "<th>a</th><th>b</th></tr></thead>\n<tbody>\n\n</tbody>\n</table>\n</div>";
-    QTest::newRow("short separator is a paragraph")
-        << lines({"| x |", "|--|"}) << "<p>| x | |--|</p>";
-    QTest::newRow("ragged rows")
-        << lines({"| a | b |", "|---|---|", "| only |", "| 1 | 2 | 3 |"})
-        << QString(kTableHead) +
-               "<th>a</th><th>b</th></tr></thead>\n<tbody>\n<tr><td>only</td></tr>\n"
-               "<tr><td>1</td><td>2</td><td>3</td></tr>\n</tbody>\n</table>\n</div>";
-    QTest::newRow("blank line ends the table")
-        << lines({"| a |", "|---|", "| 1 |", "", "| 2 |"})
-        << QString(kTableHead) +
-               "<th>a</th></tr></thead>\n<tbody>\n<tr><td>1</td></tr>\n</tbody>\n</table>\n"
-               "</div>\n<p>| 2 |</p>";
-    QTest::newRow("any bar line continues")
-        << lines({"| a |", "|---|", "# h | x"})
-        << QString(kTableHead) +
-               "<th>a</th></tr></thead>\n<tbody>\n<tr><td># h</td><td>x</td></tr>\n</tbody>\n"
-               "</table>\n</div>";
-    QTest::newRow("bar in code splits")
-        << lines({"| `a|b` |", "|---|"})
-        << QString(kTableHead) + "<th>`a</th><th>b`</th></tr></thead>\n<tbody>\n\n"
-                                 "</tbody>\n</table>\n</div>";
-    QTest::newRow("inline in cells")
-        << lines({"| **a** |", "|---|", "| [l](u) |"})
-        << QString(kTableHead) + "<th><strong>a</strong></th></tr></thead>\n<tbody>\n"
-                                 "<tr><td><a href=\"u\">l</a></td></tr>\n</tbody>\n"
-                                 "</table>\n</div>";
+    QTest::newRow("table") << lines({"| a | b |", "|---|:-:|", "| 1 | 2 |"}) << QString(kHead) + "<th>a</th><th>b</th></tr></thead>\n<tbody>\n<tr><td>1</td><td>2</td></tr>\n" + kEnd;
+    QTest::newRow("no body") << lines({"| a |", "|---|"}) << QString(kHead) + "<th>a</th></tr></thead>\n<tbody>\n\n" + kEnd;
+    QTest::newRow("rule line under a bar line") << lines({"a | b", "---"}) << QString(kHead) + "<th>a</th><th>b</th></tr></thead>\n<tbody>\n\n" + kEnd;
+    QTest::newRow("short separator is a paragraph") << lines({"| x |", "|--|"}) << "<p>| x | |--|</p>";
+    QTest::newRow("ragged rows") << lines({"| a | b |", "|---|---|", "| only |", "| 1 | 2 | 3 |"})
+        << QString(kHead) + "<th>a</th><th>b</th></tr></thead>\n<tbody>\n<tr><td>only</td></tr>\n<tr><td>1</td><td>2</td><td>3</td></tr>\n" + kEnd;
+    QTest::newRow("blank line ends the table") << lines({"| a |", "|---|", "| 1 |", "", "| 2 |"})
+        << QString(kHead) + "<th>a</th></tr></thead>\n<tbody>\n<tr><td>1</td></tr>\n" + kEnd + "\n<p>| 2 |</p>";
+    QTest::newRow("any bar line continues") << lines({"| a |", "|---|", "# h | x"})
+        << QString(kHead) + "<th>a</th></tr></thead>\n<tbody>\n<tr><td># h</td><td>x</td></tr>\n" + kEnd;
+    QTest::newRow("bar in code splits") << lines({"| `a|b` |", "|---|"}) << QString(kHead) + "<th>`a</th><th>b`</th></tr></thead>\n<tbody>\n\n" + kEnd;
+    QTest::newRow("inline in cells") << lines({"| **a** |", "|---|", "| [l](u) |"})
+        << QString(kHead) + "<th><strong>a</strong></th></tr></thead>\n<tbody>\n<tr><td><a href=\"u\">l</a></td></tr>\n" + kEnd;
+    // clang-format on
 }
 
-void CodeTablesTest::blocks()
-{
-    QFETCH(QString, markdown);
-    QFETCH(QString, html);
-    QCOMPARE(qs(MarkdownRenderer::renderFragment(u16(markdown)).html), html);
-}
-
-void CodeTablesTest::fenceLanguage_data()
+void RenderTest::fenceLanguage_data()
 {
     QTest::addColumn<QString>("info");
     QTest::addColumn<QString>("language");
-    QTest::newRow("upper") << "SQL"
-                           << "sql";
-    QTest::newRow("braces") << "{.ruby}"
-                            << "ruby";
-    QTest::newRow("comma") << "js,linenums"
-                           << "js";
-    QTest::newRow("r chunk") << "{r, echo=FALSE}"
-                             << "r";
-    QTest::newRow("hyphen kept") << "shell-script"
-                                 << "shell-script";
-    QTest::newRow("empty") << ""
-                           << "";
-    QTest::newRow("mermaid") << "MERMAID"
-                             << "mermaid";
-    QTest::newRow("fourth backtick") << "`js"
-                                     << "`js";
-    QTest::newRow("classes") << "{.sql .numberLines}"
-                             << "sql";
-    QTest::newRow("only separators") << " ., "
-                                     << "";
+    // clang-format off
+    QTest::newRow("upper") << "SQL" << "sql";
+    QTest::newRow("braces") << "{.ruby}" << "ruby";
+    QTest::newRow("comma") << "js,linenums" << "js";
+    QTest::newRow("r chunk") << "{r, echo=FALSE}" << "r";
+    QTest::newRow("hyphen kept") << "shell-script" << "shell-script";
+    QTest::newRow("empty") << "" << "";
+    QTest::newRow("mermaid") << "MERMAID" << "mermaid";
+    QTest::newRow("fourth backtick") << "`js" << "`js";
+    QTest::newRow("classes") << "{.sql .numberLines}" << "sql";
+    QTest::newRow("only separators") << " ., " << "";
+    // clang-format on
 }
 
-void CodeTablesTest::fenceLanguage()
+void RenderTest::fenceLanguage()
 {
     QFETCH(QString, info);
     QFETCH(QString, language);
     QCOMPARE(qs(TarnRender::normalizedFenceLanguage(u16(info))), language);
 }
 
-void CodeTablesTest::tableSeparator_data()
+void RenderTest::tableSeparator_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<bool>("separator");
+    // clang-format off
     QTest::newRow("aligned") << "|---|:---:|--:|" << true;
     QTest::newRow("bare") << "---" << true;
     QTest::newRow("too short") << "--" << false;
@@ -144,16 +79,17 @@ void CodeTablesTest::tableSeparator_data()
     QTest::newRow("spaces inside") << "- - -" << false;
     QTest::newRow("empty cell") << "|---|---||" << false;
     QTest::newRow("padded cells") << "| --- | :-- |" << true;
+    // clang-format on
 }
 
-void CodeTablesTest::tableSeparator()
+void RenderTest::tableSeparator()
 {
     QFETCH(QString, line);
     QFETCH(bool, separator);
     QCOMPARE(TarnRender::isTableSeparator(u16(line)), separator);
 }
 
-void CodeTablesTest::diagramsAreNumberedAndFlagged()
+void RenderTest::diagramsAreNumberedAndFlagged()
 {
     const auto fragment = MarkdownRenderer::renderFragment(
         u16(lines({"```mermaid", "a", "```", "text", "```mermaid", "b", "```"})));
@@ -162,12 +98,3 @@ void CodeTablesTest::diagramsAreNumberedAndFlagged()
     QVERIFY(fragment.html.find(u"data-mermaid-id=\"tarn-mermaid-1\"") != std::u16string::npos);
     QVERIFY(!MarkdownRenderer::renderFragment(u"```js\nx\n```").hasMermaid);
 }
-
-} // namespace
-
-QObject *makeCodeTablesTest()
-{
-    return new CodeTablesTest;
-}
-
-#include "tst_code_tables.moc"

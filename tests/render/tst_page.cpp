@@ -165,39 +165,21 @@ QString between(const QString &text, const QString &from, const QString &to)
     return text.mid(begin + from.size(), end - begin - from.size());
 }
 
-class PageTest : public QObject
-{
-    Q_OBJECT
+} // namespace
 
-private slots:
-    void initTestCase();
-    void pageStructure();
-    void stylesheetPerTheme_data();
-    void stylesheetPerTheme();
-    void title_data();
-    void title();
-    void diagramLibraryOnlyWithDiagrams();
-    void lineEnds_data();
-    void lineEnds();
-    void themes();
-
-private:
-    QTemporaryDir m_resources;
-    QString m_fakeLibrary = QStringLiteral("var lib = '</script>'; // 图");
-};
-
-void PageTest::initTestCase()
+void RenderTest::initTestCase()
 {
     // The library is read once per process, so point the lookup at a known file first.
-    QVERIFY(m_resources.isValid());
-    QFile file(m_resources.filePath(QStringLiteral("mermaid.min.js")));
+    static QTemporaryDir resources;
+    QVERIFY(resources.isValid());
+    QFile file(resources.filePath(QStringLiteral("mermaid.min.js")));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(m_fakeLibrary.toUtf8());
+    file.write(QStringLiteral("var lib = '</script>'; // 图").toUtf8());
     file.close();
-    qputenv("TARN_RESOURCE_DIR", m_resources.path().toUtf8());
+    qputenv("TARN_RESOURCE_DIR", resources.path().toUtf8());
 }
 
-void PageTest::pageStructure()
+void RenderTest::pageStructure()
 {
     const RenderedMarkdown page = MarkdownRenderer::render(u"", TarnTheme::businessBlue);
     const QString html = qs(page.html);
@@ -219,8 +201,9 @@ void PageTest::pageStructure()
     QCOMPARE(qs(MarkdownRenderer::render(u"", TarnTheme::businessBlue).html), html);
 }
 
-void PageTest::stylesheetPerTheme_data()
+void RenderTest::stylesheetPerTheme_data()
 {
+    // clang-format off
     QTest::addColumn<int>("theme");
     QTest::addColumn<QString>("palette");
     QTest::newRow("light") << int(TarnTheme::light)
@@ -235,9 +218,10 @@ void PageTest::stylesheetPerTheme_data()
                           << "--bg: #191B1C;\n  --text: #E8E1D4;\n  --muted: #AAA092;\n  --panel: "
                              "#202326;\n  --rule: #383D40;\n  --accent: #9FCB9B;\n  --code: "
                              "#111314;\n  --quote: #222B25;";
+    // clang-format on
 }
 
-void PageTest::stylesheetPerTheme()
+void RenderTest::stylesheetPerTheme()
 {
     QFETCH(int, theme);
     QFETCH(QString, palette);
@@ -249,19 +233,18 @@ void PageTest::stylesheetPerTheme()
     QVERIFY(html.contains(QStringLiteral("color-scheme: light dark;")));
 }
 
-void PageTest::title_data()
+void RenderTest::title_data()
 {
+    // clang-format off
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("written");
-    QTest::newRow("markup") << "a<b>&c"
-                            << "a&lt;b&gt;&amp;c";
-    QTest::newRow("quotes kept") << "say \"hi\" 'x'"
-                                 << "say \"hi\" 'x'";
-    QTest::newRow("chinese") << "笔记"
-                             << "笔记";
+    QTest::newRow("markup") << "a<b>&c" << "a&lt;b&gt;&amp;c";
+    QTest::newRow("quotes kept") << "say \"hi\" 'x'" << "say \"hi\" 'x'";
+    QTest::newRow("chinese") << "笔记" << "笔记";
+    // clang-format on
 }
 
-void PageTest::title()
+void RenderTest::title()
 {
     QFETCH(QString, title);
     QFETCH(QString, written);
@@ -269,7 +252,7 @@ void PageTest::title()
     QCOMPARE(between(html, QStringLiteral("<title>"), QStringLiteral("</title>")), written);
 }
 
-void PageTest::diagramLibraryOnlyWithDiagrams()
+void RenderTest::diagramLibraryOnlyWithDiagrams()
 {
     const QString withDiagrams =
         qs(MarkdownRenderer::render(u"```mermaid\na\n```\n```mmd\nb\n```").html);
@@ -282,15 +265,17 @@ void PageTest::diagramLibraryOnlyWithDiagrams()
     QVERIFY(!without.contains(QStringLiteral("var lib")));
 }
 
-void PageTest::lineEnds_data()
+void RenderTest::lineEnds_data()
 {
+    // clang-format off
     QTest::addColumn<QString>("text");
     QTest::newRow("crlf") << "# A\r\n\r\n- x\r\n- y\r\n```\r\ncode\r\n```\r\n";
     QTest::newRow("cr") << "# A\r\r- x\r- y\r```\rcode\r```\r";
     QTest::newRow("mixed") << "# A\r\n\r- x\n- y\r\n```\rcode\n```\r\n";
+    // clang-format on
 }
 
-void PageTest::lineEnds()
+void RenderTest::lineEnds()
 {
     QFETCH(QString, text);
     const auto unix = MarkdownRenderer::render(u"# A\n\n- x\n- y\n```\ncode\n```\n");
@@ -299,7 +284,7 @@ void PageTest::lineEnds()
     QVERIFY(other.toc == unix.toc);
 }
 
-void PageTest::themes()
+void RenderTest::themes()
 {
     QStringList raw;
     QStringList names;
@@ -318,12 +303,3 @@ void PageTest::themes()
     QVERIFY((TarnThemes::accentColor(TarnTheme::businessBlue) == TarnRGB{0.12, 0.35, 0.66}));
     QVERIFY((TarnThemes::sidebarColor(TarnTheme::dark) == TarnRGB{0.14, 0.15, 0.16}));
 }
-
-} // namespace
-
-QObject *makePageTest()
-{
-    return new PageTest;
-}
-
-#include "tst_page.moc"
