@@ -4,10 +4,8 @@
 #include <QApplication>
 #include <QStandardPaths>
 
-int runWindowLayoutTests(int argc, char **argv);
-int runTabsAndSidebarTests(int argc, char **argv);
-int runFileDropTests(int argc, char **argv);
-int runMainMenuTests(int argc, char **argv);
+int runWindowTests(int argc, char **argv);
+int runMenuTests(int argc, char **argv);
 int runDesktopServicesTests(int argc, char **argv);
 
 int main(int argc, char **argv)
@@ -17,8 +15,7 @@ int main(int argc, char **argv)
     QStandardPaths::setTestModeEnabled(true);
     QApplication app(argc, argv);
     int failures = 0;
-    for (auto run : {runWindowLayoutTests, runTabsAndSidebarTests, runFileDropTests,
-                     runMainMenuTests, runDesktopServicesTests})
+    for (auto run : {runWindowTests, runMenuTests, runDesktopServicesTests})
         failures += run(argc, argv);
     return failures == 0 ? 0 : 1;
 }

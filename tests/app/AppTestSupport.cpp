@@ -2,7 +2,6 @@
 #include "AppTestSupport.h"
 
 #include <QFile>
-#include <QRegularExpression>
 #include <QTest>
 
 QUrl AppHarness::file(const QString &name, const QString &text) const
@@ -23,20 +22,39 @@ QList<TarnDocument *> AppHarness::open(const QStringList &names)
     return model->tabs();
 }
 
-QStringList AppHarness::events()
+WindowFixture::WindowFixture()
 {
-    logger->flush();
-    QFile log(logger->logFilePath());
-    QStringList names;
-    if (!log.open(QIODevice::ReadOnly))
-        return names;
-    static const QRegularExpression event(QStringLiteral("^\\S+ (\\S+)"));
-    for (const QByteArray &line : log.readAll().split('\n')) {
-        const auto match = event.match(QString::fromUtf8(line));
-        if (match.hasMatch())
-            names << match.captured(1);
+    menu.install(window.menuBar());
+    window.placeInitially();
+    window.show();
+}
+
+QMenu *WindowFixture::topMenu(const QString &title) const
+{
+    for (QAction *action : window.menuBar()->actions()) {
+        if (action->text() == title)
+            return action->menu();
     }
-    return names;
+    return nullptr;
+}
+
+QAction *WindowFixture::item(const QString &menuTitle, MainMenu::Command command) const
+{
+    if (QMenu *found = topMenu(menuTitle)) {
+        for (QAction *action : found->actions()) {
+            if (MainMenu::command(action) == command)
+                return action;
+        }
+    }
+    return nullptr;
+}
+
+void WindowFixture::openMenu(const QString &title) const
+{
+    QMenu *found = topMenu(title);
+    QVERIFY(found);
+    found->popup(QPoint(0, 0));
+    found->hide();
 }
 
 void makeSelectedDirty(AppModel &model, const QString &text)

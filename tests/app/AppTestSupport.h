@@ -1,18 +1,15 @@
-// Shared pieces of the app tests: a model over real files and settings in a temporary folder.
+// Shared pieces of the app tests: a model over real files and settings, the window and its menu.
 #pragma once
 
 #include "AppModel.h"
 #include "ContentView.h"
+#include "MainMenu.h"
 #include "MainWindow.h"
 #include "ModelFixture.h"
-#include "TarnUsageLogger.h"
 #include "TopToolbar.h"
 
-#include <QSettings>
-#include <QStringList>
-#include <QTemporaryDir>
-
-#include <memory>
+#include <QMenu>
+#include <QMenuBar>
 
 class AppHarness : public ModelFixture
 {
@@ -26,23 +23,22 @@ public:
     QUrl file(const QString &name, const QString &text = QStringLiteral("# Title\n")) const;
     // Creates the files and opens them as tabs, the last one selected.
     QList<TarnDocument *> open(const QStringList &names);
-    // The usage-log event names written so far.
-    QStringList events();
 };
 
-// The main window over a fresh harness, shown at its initial size.
+// The main window with its menu bar over a fresh harness, shown at its initial size.
 struct WindowFixture
 {
     AppHarness app;
     MainWindow window{*app.model};
+    MainMenu menu{*app.model};
     ContentView &view = *window.contentView();
     TopToolbar &toolbar = *view.toolbar();
 
-    WindowFixture()
-    {
-        window.placeInitially();
-        window.show();
-    }
+    WindowFixture();
+    QMenu *topMenu(const QString &title) const;
+    QAction *item(const QString &menuTitle, MainMenu::Command command) const;
+    // Opens and closes the menu, which localises and validates it.
+    void openMenu(const QString &title) const;
 };
 
 // Gives the selected document an unsaved edit.

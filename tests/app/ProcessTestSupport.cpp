@@ -3,7 +3,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QRegularExpression>
 
 #include <unistd.h>
 
@@ -74,46 +73,12 @@ QString TarnProcesses::socketPath() const
     return path(QStringLiteral("tmp/tarn-%1-%2").arg(::getuid()).arg(sanitized));
 }
 
-QList<QStringList> TarnProcesses::logLines() const
-{
-    QFile log(logPath());
-    QList<QStringList> lines;
-    if (!log.open(QIODevice::ReadOnly))
-        return lines;
-    static const QRegularExpression pair(QStringLiteral(" ([^= ]+)=\"((?:[^\"\\\\]|\\\\.)*)\""));
-    for (const QByteArray &raw : log.readAll().split('\n')) {
-        const QString line = QString::fromUtf8(raw);
-        const QStringList head = line.split(u' ');
-        if (head.size() < 2)
-            continue;
-        QStringList entry{head.at(1)};
-        for (auto it = pair.globalMatch(line); it.hasNext();) {
-            const auto match = it.next();
-            entry << match.captured(1) + u'=' + match.captured(2);
-        }
-        lines << entry;
-    }
-    return lines;
-}
-
-QStringList TarnProcesses::events() const
-{
-    QStringList names;
-    for (const QStringList &line : logLines())
-        names << line.first();
-    return names;
-}
-
 QStringList TarnProcesses::openedPaths() const
 {
     QStringList paths;
-    for (const QStringList &line : logLines()) {
-        if (line.first() != QLatin1String("file.open.success"))
-            continue;
-        for (const QString &field : line) {
-            if (field.startsWith(QLatin1String("path=")))
-                paths << field.mid(5);
-        }
+    for (const LogLine &line : log()) {
+        if (line.event == QLatin1String("file.open.success"))
+            paths << line.metadata.value(QStringLiteral("path"));
     }
     return paths;
 }

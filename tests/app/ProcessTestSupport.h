@@ -1,6 +1,8 @@
 // Runs the real tarn binary in a sealed-off environment and reads its usage log.
 #pragma once
 
+#include "UsageLogReader.h"
+
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QStringList>
@@ -26,9 +28,8 @@ public:
     // The socket file a running instance listens on.
     QString socketPath() const;
 
-    // One entry per usage-log line: the event name, then its metadata as key=value.
-    QList<QStringList> logLines() const;
-    QStringList events() const;
+    QList<LogLine> log() const { return readUsageLog(logPath()); }
+    QStringList events() const { return eventNames(log()); }
     // The paths of "file.open.success" lines, in order.
     QStringList openedPaths() const;
     QString logPath() const { return path(QStringLiteral("logs/tarn.log")); }
