@@ -1,16 +1,11 @@
-// Shared pieces of the model tests: a stepping clock, a model on real files and settings, and a
-// reader for the usage log lines.
+// Shared pieces of the model tests: a stepping clock and a model on real files and settings.
 #pragma once
 
 #include "AppModel.h"
 #include "ModelFixture.h"
-#include "ScriptedPlatform.h"
-#include "TarnUsageLogger.h"
 
-#include <QMap>
 #include <QSettings>
 #include <QString>
-#include <QTemporaryDir>
 
 #include <atomic>
 #include <memory>
@@ -26,17 +21,6 @@ private:
     std::shared_ptr<std::atomic<qint64>> m_ticks = std::make_shared<std::atomic<qint64>>(0);
 };
 
-struct LogLine
-{
-    QString time;
-    QString event;
-    QMap<QString, QString> metadata;
-};
-
-// Parses lines written by TarnUsageLogger; QVERIFY-fails on a malformed one.
-QList<LogLine> parseLogLines(const QByteArray &text, bool *ok = nullptr);
-QList<LogLine> readLog(TarnUsageLogger &logger);
-
 QByteArray readFile(const QString &path);
 void writeFile(const QString &path, const QByteArray &bytes);
 
@@ -44,17 +28,15 @@ void writeFile(const QString &path, const QByteArray &bytes);
 class ModelHarness : public ModelFixture
 {
 public:
-    // Settings to put in place before the model reads them; the log and the model share one
-    // stepping clock.
-    explicit ModelHarness(const QByteArray &iniText = {}, SteppingClock steppingClock = {});
+    explicit ModelHarness(const QByteArray &iniText = {}, SteppingClock steppingClock = {})
+        : ModelFixture(iniText, steppingClock.clock())
+    {}
 
     QUrl url(const QString &name) const { return QUrl::fromLocalFile(path(name)); }
     // Writes `bytes` to `name` in the folder and returns its URL.
     QUrl file(const QString &name, const QByteArray &bytes) const;
-    QList<LogLine> log() { return readLog(*logger); }
-    QStringList events();
     // Settings as a fresh reader of the INI file sees them.
     QVariant storedValue(const QString &key) const;
-
-    SteppingClock clock;
+    // The last usage-log line whose event starts with `prefix`.
+    LogLine lastLine(const QString &prefix = {}) const;
 };

@@ -132,12 +132,7 @@ private slots:
         const QString resolved = QDir::cleanPath(h.path("docs/" + link));
 
         h.model->openLink(url, source);
-        const QList<LogLine> log = h.log();
-        const auto linkLine = std::find_if(log.rbegin(), log.rend(), [](const LogLine &entry) {
-            return entry.event.startsWith("link.");
-        });
-        QVERIFY(linkLine != log.rend());
-        const LogLine line = *linkLine;
+        const LogLine line = h.lastLine("link.");
         QCOMPARE(line.event, event);
         QCOMPARE(line.metadata.value("source"), QStringLiteral("index.md"));
         if (external)
@@ -221,6 +216,8 @@ private slots:
         QFETCH(QString, event);
         ModelHarness h;
         h.model->openURLs({h.file("a.md", "# A\n")}, false);
+        h.model->toggleEditing();
+        h.model->selectedDocument()->updateDraft("# Unsaved draft\n");
         h.platform.savePanelAnswers = {h.url("a.pdf")};
         h.model->exportSelectedDocumentAsPDF();
         QCOMPARE(h.platform.savePanels.first().suggestedName, QStringLiteral("a.pdf"));
@@ -228,7 +225,11 @@ private slots:
         const auto request = h.pdf.requests.first();
         QCOMPARE(request.baseURL, QUrl::fromLocalFile(h.dir.path() + "/"));
         QCOMPARE(request.outputURL, h.url("a.pdf"));
-        QVERIFY(request.html.contains("<html") || request.html.contains("<!doctype"));
+        // The page of the unsaved draft, as HTML export writes it.
+        QCOMPARE(request.html,
+                 QString::fromStdU16String(
+                     MarkdownRenderer::render(u"# Unsaved draft\n", TarnTheme::businessBlue, u"a")
+                         .html));
 
         // Completed from another thread; the model must only react on its own.
         std::thread([&] { request.completion({ok, ok ? QString() : "磁盘已满"}); }).join();
