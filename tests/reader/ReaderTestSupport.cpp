@@ -1,40 +1,58 @@
-// Test helpers around the real reader view, bridge, model and pane.
-#include "ReaderViewTestSupport.h"
+// Test helpers around real web views showing reader pages.
+#include "ReaderTestSupport.h"
 
 #include "MarkdownRenderer.h"
 #include "ReaderPane.h"
+#include "ReaderScripts.h"
 
 #include <QEventLoop>
 #include <QFile>
 #include <QSignalSpy>
-#include <QTest>
 #include <QTimer>
 
-namespace ReaderViewPages {
+QVariant evaluateAndWait(QWebEnginePage *page, const QString &script)
+{
+    QVariant result;
+    bool done = false;
+    QEventLoop loop;
+    page->runJavaScript(script, [&](const QVariant &value) {
+        result = value;
+        done = true;
+        loop.quit();
+    });
+    QTimer::singleShot(60000, &loop, &QEventLoop::quit);
+    if (!done)
+        loop.exec();
+    return result;
+}
+
+namespace ReaderTestPages {
+
+QString render(const QString &markdown, TarnTheme theme, const QString &title)
+{
+    return QString::fromStdU16String(
+        MarkdownRenderer::render(markdown.toStdU16String(), theme, title.toStdU16String()).html);
+}
 
 QString observed(const QString &markdown, TarnTheme theme, const QString &title)
 {
-    const RenderedMarkdown page =
-        MarkdownRenderer::render(markdown.toStdU16String(), theme, title.toStdU16String());
-    QString html = QString::fromStdU16String(page.html);
-    html.replace(QStringLiteral("<head>\n"),
-                 QStringLiteral("<head>\n<script>\n"
-                                "window.__scrollCalls = [];\n"
-                                "const tarnTestScrollTo = window.scrollTo.bind(window);\n"
-                                "window.scrollTo = (x, y) => {\n"
-                                "  window.__scrollCalls.push(y);\n"
-                                "  tarnTestScrollTo(x, y);\n"
-                                "};\n"
-                                "</script>\n"));
-    return html;
+    return render(markdown, theme, title)
+        .replace("<head>\n", "<head>\n<script>\nwindow.__scrollCalls = [];\n"
+                             "const tarnTestScrollTo = window.scrollTo.bind(window);\n"
+                             "window.scrollTo = (x, y) => { window.__scrollCalls.push(y); "
+                             "tarnTestScrollTo(x, y); };\n</script>\n");
+}
+
+QString withoutDiagramLibrary(const QString &html)
+{
+    return QString(html).replace(QString::fromStdU16String(MarkdownRenderer::inlineMermaidScript()),
+                                 QString());
 }
 
 QString neverReady(const QString &markdown)
 {
-    QString html = observed(markdown);
-    html.replace(QStringLiteral("window.tarnReadyDone = true;"),
-                 QStringLiteral("window.tarnReadyDone = false;"));
-    return html;
+    return observed(markdown).replace("window.tarnReadyDone = true;",
+                                      "window.tarnReadyDone = false;");
 }
 
 QString headingAtTop(const QString &id)
@@ -49,39 +67,50 @@ QString headingAtTop(const QString &id)
 QString longDocument(int sections)
 {
     QString markdown = QStringLiteral("# Long document\n\n");
-    for (int i = 1; i <= sections; ++i) {
-        markdown += QStringLiteral("## Part %1\n\n").arg(i);
-        markdown += QStringLiteral("The alpha paragraph of part %1 goes on for a while so that it "
-                                   "fills some lines of the reader's column.\n\n")
+    for (int i = 1; i <= sections; ++i)
+        markdown += QStringLiteral("## Part %1\n\n").arg(i) +
+                    QStringLiteral("The alpha paragraph of part %1 goes on for a while so that "
+                                   "it fills some lines of the reader's column.\n\n")
                         .arg(i)
                         .repeated(4);
-    }
     return markdown;
 }
 
-} // namespace ReaderViewPages
+} // namespace ReaderTestPages
 
-QVariant evaluateAndWait(QWebEnginePage *page, const QString &script)
+ReaderTestView::ReaderTestView()
+    : loader(page())
+    , channel(page())
 {
-    QVariant result;
-    bool done = false;
-    QEventLoop loop;
-    page->runJavaScript(script, [&](const QVariant &value) {
-        result = value;
-        done = true;
-        loop.quit();
-    });
-    QTimer::singleShot(30000, &loop, &QEventLoop::quit);
-    if (!done)
-        loop.exec();
-    return result;
+    resize(900, 700);
+    show();
+    connect(&channel, &TarnMessageChannel::messageReceived, this,
+            [this](const QVariantMap &body) { messages.append(body); });
 }
 
-BridgeHarness::BridgeHarness() = default;
-
-BridgeHarness::~BridgeHarness()
+bool ReaderTestView::loadPage(const QString &html, const QUrl &baseURL, int timeoutMs)
 {
-    view.reset();
+    messages.clear();
+    QSignalSpy loaded(&loader, &ReaderPageLoader::pageLoaded);
+    loader.load(html, baseURL);
+    if (!loaded.wait(timeoutMs))
+        return false;
+    for (int attempt = 0; attempt < 300; ++attempt) {
+        if (eval(QString::fromLatin1(ReaderScripts::readinessTest)).toBool())
+            return true;
+        QTest::qWait(100);
+    }
+    return false;
+}
+
+QList<QVariantMap> ReaderTestView::messagesOfType(const QString &type) const
+{
+    QList<QVariantMap> matching;
+    for (const QVariantMap &message : messages) {
+        if (message.value(QStringLiteral("type")) == type)
+            matching.append(message);
+    }
+    return matching;
 }
 
 MarkdownWebView BridgeHarness::value()
@@ -118,27 +147,15 @@ bool BridgeHarness::show(int timeoutMs)
     coordinator = new MarkdownWebViewCoordinator;
     view.reset(coordinator->makeView(value()));
     coordinator->setParent(view.get());
-    QObject::connect(coordinator, &MarkdownWebViewCoordinator::pageReady, coordinator,
-                     [this] { ++readyCount; });
     view->resize(900, 700);
     view->show();
-    return waitForReady(timeoutMs);
-}
-
-void BridgeHarness::update()
-{
-    coordinator->updateView(view.get(), value());
+    return timeoutMs <= 0 || waitForReady(timeoutMs);
 }
 
 bool BridgeHarness::waitForReady(int timeoutMs)
 {
     QSignalSpy ready(coordinator, &MarkdownWebViewCoordinator::pageReady);
     return ready.wait(timeoutMs);
-}
-
-QVariant BridgeHarness::eval(const QString &script)
-{
-    return evaluateAndWait(view->page(), script);
 }
 
 void BridgeHarness::post(const QString &objectLiteral)
@@ -153,6 +170,8 @@ PaneHarness::PaneHarness()
     pane->resize(1100, 700);
     pane->show();
 }
+
+PaneHarness::~PaneHarness() = default;
 
 QUrl PaneHarness::file(const QString &name, const QString &text) const
 {
@@ -173,9 +192,4 @@ bool PaneHarness::open(const QUrl &url, int timeoutMs)
 TarnWebView *PaneHarness::view() const
 {
     return pane->currentView();
-}
-
-QVariant PaneHarness::eval(const QString &script)
-{
-    return evaluateAndWait(view()->page(), script);
 }

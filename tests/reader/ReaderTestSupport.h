@@ -1,0 +1,110 @@
+// Shared pieces of the reader tests: reader pages made by the real renderer, a web view with the
+// loader and channel, the bridge fed from plain state, and a reader pane on a real model.
+#pragma once
+
+#include "AppModel.h"
+#include "MarkdownWebView.h"
+#include "ModelFixture.h"
+#include "ReaderPageLoader.h"
+#include "TarnMessageChannel.h"
+#include "TarnWebView.h"
+#include "WebEngineProcess.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QWebEngineView>
+
+#include <memory>
+
+class ReaderPane;
+
+// Evaluates a script in `page` and waits for its value.
+QVariant evaluateAndWait(QWebEnginePage *page, const QString &script);
+
+namespace ReaderTestPages {
+
+// The reader page of `markdown`, made by the real renderer.
+QString render(const QString &markdown, TarnTheme theme = TarnTheme::businessBlue,
+               const QString &title = QStringLiteral("Tarn"));
+// The same with a recorder of the host's window.scrollTo calls in window.__scrollCalls.
+QString observed(const QString &markdown, TarnTheme theme = TarnTheme::businessBlue,
+                 const QString &title = QStringLiteral("Tarn"));
+QString withoutDiagramLibrary(const QString &html);
+// A page whose script never reports ready.
+QString neverReady(const QString &markdown);
+// True when the heading with this id sits at the top of the view, as far as its margin allows.
+QString headingAtTop(const QString &id);
+// A document tall enough to scroll, with "alpha" in every section.
+QString longDocument(int sections = 40);
+
+} // namespace ReaderTestPages
+
+// A shown web view with the tarn channel and the page loader.
+class ReaderTestView : public QWebEngineView
+{
+    Q_OBJECT
+
+public:
+    ReaderTestView();
+    // Loads the page and waits until it is written and ready.
+    bool loadPage(const QString &html, const QUrl &baseURL = {}, int timeoutMs = 30000);
+    QVariant eval(const QString &script) { return evaluateAndWait(page(), script); }
+    QList<QVariantMap> messagesOfType(const QString &type) const;
+
+    ReaderPageLoader loader;
+    TarnMessageChannel channel;
+    QList<QVariantMap> messages;
+};
+
+// The state a reader pane would hand the bridge, in plain fields, with what the bridge calls back
+// recorded in order as "heading:ID", "scroll:Y", "search:CURRENT/TOTAL", "link:URL".
+class BridgeHarness
+{
+public:
+    MarkdownWebView value();
+    // Makes the view for the current state and waits until its page is ready (0: no wait).
+    bool show(int timeoutMs = 30000);
+    void update() { coordinator->updateView(view.get(), value()); }
+    bool waitForReady(int timeoutMs = 30000);
+    QVariant eval(const QString &script) { return evaluateAndWait(view->page(), script); }
+    // Posts `objectLiteral` on the page's tarn channel, as the page script does.
+    void post(const QString &objectLiteral);
+
+    QString html;
+    std::optional<QUrl> baseURL;
+    QString searchQuery;
+    std::optional<SearchNavigationRequest> request;
+    QString headingID;
+    std::optional<QString> scrollTarget;
+    double initialScrollY = 0;
+    QStringList calls;
+
+    MarkdownWebViewCoordinator *coordinator = nullptr;
+    std::unique_ptr<TarnWebView> view;
+};
+
+// A real model on settings and files in a temporary folder, with a reader pane showing it.
+class PaneHarness : public ModelFixture
+{
+public:
+    PaneHarness();
+    ~PaneHarness() override;
+    // Writes `text` to `name` in the folder and returns its URL.
+    QUrl file(const QString &name, const QString &text) const;
+    // Opens the file as a tab and waits until its page is ready.
+    bool open(const QUrl &url, int timeoutMs = 30000);
+    TarnWebView *view() const;
+    QVariant eval(const QString &script) { return evaluateAndWait(view()->page(), script); }
+
+    std::unique_ptr<ReaderPane> pane; // destroyed before the model it shows
+};
+
+// Web tests start the engine the way the program does (no sandbox for root).
+#define TARN_WEB_TEST_MAIN(TestClass)                                                              \
+    int main(int argc, char *argv[])                                                               \
+    {                                                                                              \
+        configureWebEngineForProcess();                                                            \
+        QApplication app(argc, argv);                                                              \
+        TestClass test;                                                                            \
+        return QTest::qExec(&test, argc, argv);                                                    \
+    }
