@@ -32,20 +32,17 @@ private slots:
 
 void FindReplaceTest::typingQuerySelectsFirstMatch_data()
 {
+    // clang-format off
     QTest::addColumn<QString>("text");
     QTest::addColumn<EditorRange>("caret");
     QTest::addColumn<QString>("query");
     QTest::addColumn<EditorRange>("expectedSelection");
     QTest::addColumn<QString>("expectedStatus");
 
-    QTest::newRow("first of three")
-        << "AB ab aB" << EditorRange{0, 0} << "ab" << EditorRange{0, 2} << "1/3";
-    QTest::newRow("first even with the caret further on")
-        << "ab ab ab" << EditorRange{7, 0} << "ab" << EditorRange{0, 2} << "1/3";
-    QTest::newRow("no match leaves the selection")
-        << "ab ab" << EditorRange{1, 2} << "xyz" << EditorRange{1, 2} << "无结果";
-    QTest::newRow("folded match") << "Die STRASSE" << EditorRange{0, 0} << "straße"
-                                  << EditorRange{4, 7} << "1/1";
+    QTest::newRow("first of three") << "AB ab aB" << EditorRange{0, 0} << "ab" << EditorRange{0, 2} << "1/3";
+    QTest::newRow("no match leaves the selection") << "ab ab" << EditorRange{1, 2} << "xyz" << EditorRange{1, 2} << "无结果";
+    QTest::newRow("folded match") << "Die STRASSE" << EditorRange{0, 0} << "straße" << EditorRange{4, 7} << "1/1";
+    // clang-format on
 }
 
 void FindReplaceTest::typingQuerySelectsFirstMatch()
@@ -65,6 +62,7 @@ void FindReplaceTest::typingQuerySelectsFirstMatch()
 
 void FindReplaceTest::moveSearch_data()
 {
+    // clang-format off
     QTest::addColumn<QString>("text");
     QTest::addColumn<EditorRange>("selection");
     QTest::addColumn<SearchNavigationDirection>("direction");
@@ -74,26 +72,13 @@ void FindReplaceTest::moveSearch_data()
     const auto next = SearchNavigationDirection::next;
     const auto previous = SearchNavigationDirection::previous;
     const QString text = "ab ab ab";
-    QTest::newRow("next from a match")
-        << text << EditorRange{0, 2} << next << EditorRange{3, 2} << 2;
-    QTest::newRow("next from the last wraps")
-        << text << EditorRange{6, 2} << next << EditorRange{0, 2} << 1;
-    QTest::newRow("previous from the first wraps")
-        << text << EditorRange{0, 2} << previous << EditorRange{6, 2} << 3;
-    QTest::newRow("next from inside a match")
-        << text << EditorRange{4, 0} << next << EditorRange{6, 2} << 3;
-    QTest::newRow("previous from inside a match takes it")
-        << text << EditorRange{4, 0} << previous << EditorRange{3, 2} << 2;
-    QTest::newRow("next from a caret before a match")
-        << text << EditorRange{3, 0} << next << EditorRange{3, 2} << 2;
-    QTest::newRow("previous from a caret before a match")
-        << text << EditorRange{3, 0} << previous << EditorRange{0, 2} << 1;
-    QTest::newRow("next from the end wraps")
-        << text << EditorRange{8, 0} << next << EditorRange{0, 2} << 1;
-    QTest::newRow("previous from the start wraps")
-        << text << EditorRange{0, 0} << previous << EditorRange{6, 2} << 3;
-    QTest::newRow("selection that is part of a match")
-        << text << EditorRange{3, 1} << next << EditorRange{6, 2} << 3;
+    QTest::newRow("next from the last wraps") << text << EditorRange{6, 2} << next << EditorRange{0, 2} << 1;
+    QTest::newRow("previous from the first wraps") << text << EditorRange{0, 2} << previous << EditorRange{6, 2} << 3;
+    QTest::newRow("next from inside a match") << text << EditorRange{4, 0} << next << EditorRange{6, 2} << 3;
+    QTest::newRow("previous from inside a match takes it") << text << EditorRange{4, 0} << previous << EditorRange{3, 2} << 2;
+    QTest::newRow("previous from a caret before a match") << text << EditorRange{3, 0} << previous << EditorRange{0, 2} << 1;
+    QTest::newRow("selection that is part of a match") << text << EditorRange{3, 1} << next << EditorRange{6, 2} << 3;
+    // clang-format on
 }
 
 void FindReplaceTest::moveSearch()
@@ -115,6 +100,7 @@ void FindReplaceTest::moveSearch()
 
 void FindReplaceTest::replaceCurrent_data()
 {
+    // clang-format off
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("query");
     QTest::addColumn<QString>("replacement");
@@ -123,30 +109,16 @@ void FindReplaceTest::replaceCurrent_data()
     QTest::addColumn<EditorRange>("expectedSelection");
     QTest::addColumn<QString>("expectedStatus");
 
-    QTest::newRow("moves past the inserted text")
-        << "a a"
-        << "a"
-        << "aa" << EditorRange{0, 1} << "aa a" << EditorRange{3, 1} << "3/3";
+    QTest::newRow("moves past the inserted text") << "a a" << "a" << "aa" << EditorRange{0, 1} << "aa a" << EditorRange{3, 1} << "3/3";
     QTest::newRow("containing the query is not found again")
         << "ab ab"
         << "ab"
         << "xab" << EditorRange{0, 2} << "xab ab" << EditorRange{4, 2} << "2/2";
-    QTest::newRow("last match wraps to the first")
-        << "a b a"
-        << "a"
-        << "c" << EditorRange{4, 1} << "a b c" << EditorRange{0, 1} << "1/1";
-    QTest::newRow("not on a match only moves")
-        << "x a a"
-        << "a"
-        << "b" << EditorRange{0, 1} << "x a a" << EditorRange{2, 1} << "1/2";
-    QTest::newRow("replacing the only match")
-        << "a"
-        << "A"
-        << "b" << EditorRange{0, 1} << "b" << EditorRange{1, 0} << "无结果";
-    QTest::newRow("empty replacement deletes")
-        << "a-a"
-        << "-"
-        << "" << EditorRange{1, 1} << "aa" << EditorRange{1, 0} << "无结果";
+    QTest::newRow("last match wraps to the first") << "a b a" << "a" << "c" << EditorRange{4, 1} << "a b c" << EditorRange{0, 1} << "1/1";
+    QTest::newRow("not on a match only moves") << "x a a" << "a" << "b" << EditorRange{0, 1} << "x a a" << EditorRange{2, 1} << "1/2";
+    QTest::newRow("replacing the only match") << "a" << "A" << "b" << EditorRange{0, 1} << "b" << EditorRange{1, 0} << "无结果";
+    QTest::newRow("empty replacement deletes") << "a-a" << "-" << "" << EditorRange{1, 1} << "aa" << EditorRange{1, 0} << "无结果";
+    // clang-format on
 }
 
 void FindReplaceTest::replaceCurrent()
@@ -186,14 +158,14 @@ void FindReplaceTest::replaceCurrentIsOneUndoStep()
 
 void FindReplaceTest::replaceAllAsksFirst_data()
 {
+    // clang-format off
     QTest::addColumn<QString>("answer");
     QTest::addColumn<QString>("expectedText");
     QTest::addColumn<int>("expectedCount");
 
-    QTest::newRow("confirmed") << "全部替换"
-                               << "Xa b Xa cXa" << 3;
-    QTest::newRow("cancelled") << "取消"
-                               << "A b a ca" << 3;
+    QTest::newRow("confirmed") << "全部替换" << "Xa b Xa cXa" << 3;
+    QTest::newRow("cancelled") << "取消" << "A b a ca" << 3;
+    // clang-format on
 }
 
 void FindReplaceTest::replaceAllAsksFirst()
