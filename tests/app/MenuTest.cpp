@@ -94,6 +94,8 @@ private slots:
         QVERIFY(saved.open(QIODevice::ReadOnly));
         QCOMPARE(saved.readAll(), QByteArray("saved from the menu\n"));
 
+        f.item("帮助", C::revealUsageLog)->trigger();
+        QCOMPARE(f.app.platform.revealedPaths, QStringList{f.app.logger->logFilePath()});
         QSignalSpy contact(&f.menu, &MainMenu::contactRequested);
         f.item("帮助", C::contact)->trigger();
         QCOMPARE(contact.size(), 1);

@@ -56,6 +56,7 @@ private slots:
         QTest::newRow("stdin twice") << QStringList{"--outline", "-", "-"} << 2 << "" << "only once";
         // clang-format on
     }
+
     void usageErrors()
     {
         QFETCH(QStringList, arguments);

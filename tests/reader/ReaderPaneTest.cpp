@@ -41,19 +41,278 @@ private slots:
     void init() { m_pane = std::make_unique<PaneHarness>(); }
     void cleanup() { m_pane.reset(); }
 
-    void opensRealDocument();
-    void developerDocument();
-    void showsSavedTextNotDraft();
-    void themeChangeReloadsWithThePalette();
-    void links_data();
-    void links();
-    void scrollReachesTheModel_data();
-    void scrollReachesTheModel();
-    void switchingBackKeepsThePage();
-    void keepsFewPagesLoaded();
-    void outlineRows();
-    void outlineIndentsByLevel();
-    void outlineClickScrollsThePage();
+    void opensRealDocument()
+    {
+        const QUrl url = m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide));
+        QVERIFY(m_pane->open(url));
+        QCOMPARE(m_pane->pane->document(), selected());
+        QCOMPARE(m_pane->eval(QStringLiteral("document.title")).toString(), "guide");
+        QCOMPARE(
+            m_pane->eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
+            "Guide");
+        QCOMPARE(m_pane->eval(QStringLiteral("document.baseURI")).toString(),
+                 QUrl::fromLocalFile(m_pane->dir.path() + QLatin1Char('/')).toString());
+        QCOMPARE(m_pane->view()->page()->backgroundColor().rgb(),
+                 windowColor(TarnThemes::backgroundColor(TarnTheme::businessBlue)).rgb());
+        QCOMPARE(m_pane->pane->outlinePane()->rows()->count(), 3);
+        QVERIFY(m_pane->pane->outlinePane()->isVisible());
+        QCOMPARE(m_pane->pane->outlinePane()->width(), OutlinePane::paneWidth);
+        m_pane->model->setShowOutline(false);
+        QVERIFY(!m_pane->pane->outlinePane()->isVisible());
+    }
+
+    void developerDocument()
+    {
+        const QString path = qEnvironmentVariable("TARN_READER_FILE");
+        if (path.isEmpty())
+            QSKIP("set TARN_READER_FILE to open a document of your own");
+        const QString shot = qEnvironmentVariable("TARN_READER_SHOT");
+        m_pane->pane->resize(1180 - 252, 760); // the window less its sidebar
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY2(m_pane->open(QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()), 60000),
+                 qPrintable(m_pane->model->alert() ? m_pane->model->alert()->message
+                                                   : QStringLiteral("the page never got ready")));
+        qInfo(
+            "ready after %lld ms: %d headings, %d diagrams drawn, %d failed", clock.elapsed(),
+            m_pane->pane->outlinePane()->rows()->count(),
+            m_pane->eval(QStringLiteral("document.querySelectorAll('.is-rendered').length"))
+                .toInt(),
+            m_pane->eval(QStringLiteral("document.querySelectorAll('.has-error').length")).toInt());
+        if (!shot.isEmpty())
+            QVERIFY(m_pane->pane->grab().save(shot));
+    }
+
+    void showsSavedTextNotDraft()
+    {
+        QVERIFY(m_pane->open(m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide))));
+        selected()->updateDraft(QStringLiteral("# Draft only"));
+        m_pane->model->setSearchQuery(QStringLiteral("x")); // any refresh
+        QCOMPARE(m_pane->view()->loadCount(), 1);
+
+        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
+        selected()->setContent(QStringLiteral("# Saved again\n"));
+        QVERIFY(ready.wait());
+        QCOMPARE(m_pane->view()->loadCount(), 2);
+        QCOMPARE(
+            m_pane->eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
+            "Saved again");
+    }
+
+    void themeChangeReloadsWithThePalette()
+    {
+        QVERIFY(m_pane->open(m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide))));
+        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
+        m_pane->model->setTheme(TarnTheme::dark);
+        QVERIFY(ready.wait());
+        QCOMPARE(m_pane->view()->loadCount(), 2);
+        const QColor background = cssColor(m_pane->eval(
+            QStringLiteral("getComputedStyle(document.documentElement).getPropertyValue('--bg')")));
+        QCOMPARE(background, QColor(QStringLiteral("#191B1C")));
+        QCOMPARE(m_pane->view()->page()->backgroundColor().rgb(),
+                 windowColor(TarnThemes::backgroundColor(TarnTheme::dark)).rgb());
+    }
+
+    void links_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("href");
+        QTest::addColumn<QString>("openedTab");  // file name of the selected tab afterwards
+        QTest::addColumn<QString>("alertTitle"); // empty: no alert
+        QTest::addColumn<QString>("external");   // what went to the default handler
+
+        QTest::newRow("relative md opens a tab") << "other.md" << "other.md" << "" << "";
+        QTest::newRow("parent folder md") << "../up.md" << "up.md" << "" << "";
+        QTest::newRow("missing file") << "missing.md" << "guide.md" << "链接不可用" << "";
+        QTest::newRow("web link") << "https://example.com/page" << "guide.md" << "" << "https://example.com/page";
+        // clang-format on
+    }
+
+    void links()
+    {
+        QFETCH(QString, href);
+        QFETCH(QString, openedTab);
+        QFETCH(QString, alertTitle);
+        QFETCH(QString, external);
+        QVERIFY(QDir(m_pane->dir.path()).mkdir(QStringLiteral("docs")));
+        m_pane->file(QStringLiteral("docs/other.md"), QStringLiteral("# Other page\n"));
+        m_pane->file(QStringLiteral("up.md"), QStringLiteral("# Up page\n"));
+        QVERIFY(
+            m_pane->open(m_pane->file(QStringLiteral("docs/guide.md"), QString::fromUtf8(guide))));
+
+        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
+        m_pane->eval(
+            QStringLiteral("document.querySelector('a[href=\"%1\"]').click(); true;").arg(href));
+        if (openedTab != QLatin1String("guide.md")) {
+            QVERIFY(ready.wait());
+            QCOMPARE(selected()->fileName(), openedTab);
+            QCOMPARE(m_pane->model->tabs().size(), 2);
+            QCOMPARE(m_pane->pane->document(), selected());
+            QVERIFY(m_pane->eval(QStringLiteral("document.querySelector('h1').textContent"))
+                        .toString()
+                        .endsWith(QLatin1String(" page")));
+            return;
+        }
+        if (!alertTitle.isEmpty()) {
+            QTRY_VERIFY(m_pane->model->alert().has_value());
+            QCOMPARE(m_pane->model->alert()->title, alertTitle);
+            QVERIFY(m_pane->model->alert()->message.endsWith(m_pane->path("docs/missing.md")));
+        } else {
+            QTRY_COMPARE(m_pane->platform.openedWithDefaultHandler.size(), 1);
+            QCOMPARE(m_pane->platform.openedWithDefaultHandler.constFirst(), QUrl(external));
+        }
+        QCOMPARE(m_pane->model->tabs().size(), 1);
+        QCOMPARE(m_pane->eval(QStringLiteral("document.title")).toString(), "guide");
+    }
+
+    void scrollReachesTheModel_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("y");
+        QTest::addColumn<double>("stored");
+        QTest::newRow("fraction") << "812.5" << 812.5;
+        // clang-format on
+    }
+
+    void scrollReachesTheModel()
+    {
+        QFETCH(QString, y);
+        QFETCH(double, stored);
+        QVERIFY(m_pane->open(m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide))));
+        m_pane->eval(QStringLiteral(
+                         "window.webkit.messageHandlers.tarn.postMessage({type: 'scroll', y: %1});")
+                         .arg(y));
+        QTRY_COMPARE(selected()->scrollY(), stored);
+        QCOMPARE(m_pane->model->readPositions().value(m_pane->path("guide.md")), stored);
+    }
+
+    void switchingBackKeepsThePage()
+    {
+        QVERIFY(m_pane->open(
+            m_pane->file(QStringLiteral("a.md"), QStringLiteral("# A\n\nalpha alpha"))));
+        TarnDocument *a = selected();
+        TarnWebView *viewOfA = m_pane->view();
+        m_pane->eval(QStringLiteral("window.webkit.messageHandlers.tarn.postMessage("
+                                    "{type: 'heading', id: 'a'});"));
+        QTRY_COMPARE(m_pane->model->currentHeadingID(), "a");
+        QVERIFY(m_pane->open(m_pane->file(QStringLiteral("b.md"), QStringLiteral("# B\n\nalpha"))));
+        QVERIFY(m_pane->view() != viewOfA);
+        m_pane->model->setSearchQuery(QStringLiteral("alpha"));
+        QTRY_COMPARE(m_pane->model->searchResultCount(), 1);
+
+        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
+        m_pane->model->selectTab(a->id());
+        QCOMPARE(m_pane->view(), viewOfA);
+        QCOMPARE(viewOfA->loadCount(), 1);
+        // The page reports its hits and heading again, though the model forgot them.
+        QTRY_COMPARE(m_pane->model->searchResultCount(), 2);
+        QTRY_COMPARE(m_pane->model->currentHeadingID(), "a");
+        QCOMPARE(ready.size(), 0);
+    }
+
+    void keepsFewPagesLoaded()
+    {
+        QList<TarnDocument *> documents;
+        QList<QPointer<TarnWebView>> views;
+        for (const QString name : {"1.md", "2.md", "3.md", "4.md"}) {
+            QVERIFY(m_pane->open(m_pane->file(name, QStringLiteral("# ") + name)));
+            documents.append(selected());
+            views.append(m_pane->view());
+        }
+        QCOMPARE(m_pane->pane->loadedPageCount(), ReaderPane::maximumLoadedPages);
+        // The view of the page shown longest ago went, and its web engine memory with it.
+        QTRY_VERIFY(!views.at(0));
+
+        m_pane->model->closeTab(documents.at(3));
+        QCOMPARE(m_pane->model->tabs().size(), 3);
+        QCOMPARE(m_pane->pane->loadedPageCount(), 2);
+        // The first page was let go, so showing it loads it again.
+        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
+        m_pane->model->selectTab(documents.at(0)->id());
+        QVERIFY(ready.wait());
+        QCOMPARE(m_pane->eval(QStringLiteral("document.title")).toString(), "1");
+    }
+
+    void outlineRows()
+    {
+        OutlinePane outline(*m_pane->model);
+        outline.show();
+        outline.setOutline(
+            {{u"intro", u"Intro", 1}, {u"setup", u"Setup", 2}, {u"deep", u"Deep", 3}});
+        QListWidget *rows = outline.rows();
+        QCOMPARE(rows->count(), 3);
+        QCOMPARE(rows->item(1)->text(), "Setup");
+        QVERIFY(!outline.emptyLabel()->isVisible());
+
+        const QColor accent = windowColor(TarnThemes::accentColor(m_pane->model->theme()));
+        m_pane->model->setCurrentHeadingID(QStringLiteral("setup"));
+        QCOMPARE(rows->item(1)->foreground().color().rgb(), accent.rgb());
+        QVERIFY(rows->item(0)->foreground().color().rgb() != accent.rgb());
+        m_pane->model->setCurrentHeadingID(QStringLiteral("deep"));
+        QVERIFY(rows->item(1)->foreground().color().rgb() != accent.rgb());
+        QCOMPARE(rows->item(2)->foreground().color().rgb(), accent.rgb());
+
+        QTest::mouseClick(rows->viewport(), Qt::LeftButton, {},
+                          rows->visualItemRect(rows->item(2)).center());
+        QCOMPARE(m_pane->model->scrollTargetID(), std::optional<QString>(QStringLiteral("deep")));
+
+        outline.setOutline({});
+        QCOMPARE(rows->count(), 0);
+        QVERIFY(!rows->isVisible());
+        QCOMPARE(outline.emptyLabel()->text(), QStringLiteral("没有标题"));
+        QVERIFY(outline.emptyLabel()->isVisible());
+        const QList<QLabel *> labels = outline.findChildren<QLabel *>();
+        QVERIFY(std::any_of(labels.begin(), labels.end(),
+                            [](QLabel *label) { return label->text() == QStringLiteral("目录"); }));
+    }
+
+    void outlineIndentsByLevel()
+    {
+        OutlinePane outline(*m_pane->model);
+        outline.resize(OutlinePane::paneWidth, 400);
+        outline.show();
+        const std::vector<qint64> levels{1, 2, 3, 6, 1};
+        std::vector<TOCItem> toc;
+        for (std::size_t i = 0; i < levels.size(); ++i)
+            toc.push_back({u"h" + std::u16string(1, char16_t(u'0' + i)), u"HHH", levels[i]});
+        outline.setOutline(toc);
+        QVERIFY(QTest::qWaitForWindowExposed(&outline));
+
+        QListWidget *rows = outline.rows();
+        const QImage image = rows->viewport()->grab().toImage();
+        const QRgb background = image.pixel(image.width() - 1, image.height() - 1);
+        // Where the ink of each row's text starts.
+        auto inkStart = [&](int row) {
+            const QRect rect = rows->visualItemRect(rows->item(row));
+            for (int x = 0; x < image.width(); ++x) {
+                for (int y = rect.top(); y <= rect.bottom(); ++y) {
+                    if (qGray(image.pixel(x, y)) + 60 < qGray(background))
+                        return x;
+                }
+            }
+            return -1;
+        };
+        const int first = inkStart(0);
+        QVERIFY(first >= 0);
+        for (std::size_t row = 0; row < levels.size(); ++row)
+            QCOMPARE(inkStart(int(row)) - first, 12 * int(levels[row] - 1));
+    }
+
+    void outlineClickScrollsThePage()
+    {
+        QVERIFY(m_pane->open(
+            m_pane->file(QStringLiteral("long.md"), ReaderTestPages::longDocument(30))));
+        QListWidget *rows = m_pane->pane->outlinePane()->rows();
+        QCOMPARE(rows->count(), 31);
+        QListWidgetItem *part25 = rows->item(25);
+        QCOMPARE(part25->text(), "Part 25");
+        rows->scrollToItem(part25);
+        QTest::mouseClick(rows->viewport(), Qt::LeftButton, {},
+                          rows->visualItemRect(part25).center());
+        QTRY_VERIFY(!m_pane->model->scrollTargetID().has_value());
+        QTRY_VERIFY(
+            m_pane->eval(ReaderTestPages::headingAtTop(QStringLiteral("part-25"))).toBool());
+    }
 
 private:
     TarnDocument *selected() const { return m_pane->model->selectedDocument(); }
@@ -61,273 +320,8 @@ private:
     std::unique_ptr<PaneHarness> m_pane;
 };
 
-void ReaderPaneTest::opensRealDocument()
-{
-    const QUrl url = m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide));
-    QVERIFY(m_pane->open(url));
-    QCOMPARE(m_pane->pane->document(), selected());
-    QCOMPARE(m_pane->eval(QStringLiteral("document.title")).toString(), "guide");
-    QCOMPARE(m_pane->eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
-             "Guide");
-    QCOMPARE(m_pane->eval(QStringLiteral("document.baseURI")).toString(),
-             QUrl::fromLocalFile(m_pane->dir.path() + QLatin1Char('/')).toString());
-    QCOMPARE(m_pane->view()->page()->backgroundColor().rgb(),
-             windowColor(TarnThemes::backgroundColor(TarnTheme::businessBlue)).rgb());
-    QCOMPARE(m_pane->pane->outlinePane()->rows()->count(), 3);
-    QVERIFY(m_pane->pane->outlinePane()->isVisible());
-    QCOMPARE(m_pane->pane->outlinePane()->width(), OutlinePane::paneWidth);
-    m_pane->model->setShowOutline(false);
-    QVERIFY(!m_pane->pane->outlinePane()->isVisible());
-}
-
 // For developers: TARN_READER_FILE=doc.md [TARN_READER_SHOT=shot.png] tst_reader_view
 // developerDocument opens any document in the real pane and reports how it went.
-void ReaderPaneTest::developerDocument()
-{
-    const QString path = qEnvironmentVariable("TARN_READER_FILE");
-    if (path.isEmpty())
-        QSKIP("set TARN_READER_FILE to open a document of your own");
-    const QString shot = qEnvironmentVariable("TARN_READER_SHOT");
-    m_pane->pane->resize(1180 - 252, 760); // the window less its sidebar
-    QElapsedTimer clock;
-    clock.start();
-    QVERIFY2(m_pane->open(QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()), 60000),
-             qPrintable(m_pane->model->alert() ? m_pane->model->alert()->message
-                                               : QStringLiteral("the page never got ready")));
-    qInfo("ready after %lld ms: %d headings, %d diagrams drawn, %d failed", clock.elapsed(),
-          m_pane->pane->outlinePane()->rows()->count(),
-          m_pane->eval(QStringLiteral("document.querySelectorAll('.is-rendered').length")).toInt(),
-          m_pane->eval(QStringLiteral("document.querySelectorAll('.has-error').length")).toInt());
-    if (!shot.isEmpty())
-        QVERIFY(m_pane->pane->grab().save(shot));
-}
-
-void ReaderPaneTest::showsSavedTextNotDraft()
-{
-    QVERIFY(m_pane->open(m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide))));
-    selected()->updateDraft(QStringLiteral("# Draft only"));
-    m_pane->model->setSearchQuery(QStringLiteral("x")); // any refresh
-    QCOMPARE(m_pane->view()->loadCount(), 1);
-
-    QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-    selected()->setContent(QStringLiteral("# Saved again\n"));
-    QVERIFY(ready.wait());
-    QCOMPARE(m_pane->view()->loadCount(), 2);
-    QCOMPARE(m_pane->eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
-             "Saved again");
-}
-
-void ReaderPaneTest::themeChangeReloadsWithThePalette()
-{
-    QVERIFY(m_pane->open(m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide))));
-    QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-    m_pane->model->setTheme(TarnTheme::dark);
-    QVERIFY(ready.wait());
-    QCOMPARE(m_pane->view()->loadCount(), 2);
-    const QColor background = cssColor(m_pane->eval(
-        QStringLiteral("getComputedStyle(document.documentElement).getPropertyValue('--bg')")));
-    QCOMPARE(background, QColor(QStringLiteral("#191B1C")));
-    QCOMPARE(m_pane->view()->page()->backgroundColor().rgb(),
-             windowColor(TarnThemes::backgroundColor(TarnTheme::dark)).rgb());
-}
-
-void ReaderPaneTest::links_data()
-{
-    // clang-format off
-    QTest::addColumn<QString>("href");
-    QTest::addColumn<QString>("openedTab");  // file name of the selected tab afterwards
-    QTest::addColumn<QString>("alertTitle"); // empty: no alert
-    QTest::addColumn<QString>("external");   // what went to the default handler
-
-    QTest::newRow("relative md opens a tab") << "other.md" << "other.md" << "" << "";
-    QTest::newRow("parent folder md") << "../up.md" << "up.md" << "" << "";
-    QTest::newRow("missing file") << "missing.md" << "guide.md" << "链接不可用" << "";
-    QTest::newRow("web link") << "https://example.com/page" << "guide.md" << "" << "https://example.com/page";
-    // clang-format on
-}
-
-void ReaderPaneTest::links()
-{
-    QFETCH(QString, href);
-    QFETCH(QString, openedTab);
-    QFETCH(QString, alertTitle);
-    QFETCH(QString, external);
-    QVERIFY(QDir(m_pane->dir.path()).mkdir(QStringLiteral("docs")));
-    m_pane->file(QStringLiteral("docs/other.md"), QStringLiteral("# Other page\n"));
-    m_pane->file(QStringLiteral("up.md"), QStringLiteral("# Up page\n"));
-    QVERIFY(m_pane->open(m_pane->file(QStringLiteral("docs/guide.md"), QString::fromUtf8(guide))));
-
-    QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-    m_pane->eval(
-        QStringLiteral("document.querySelector('a[href=\"%1\"]').click(); true;").arg(href));
-    if (openedTab != QLatin1String("guide.md")) {
-        QVERIFY(ready.wait());
-        QCOMPARE(selected()->fileName(), openedTab);
-        QCOMPARE(m_pane->model->tabs().size(), 2);
-        QCOMPARE(m_pane->pane->document(), selected());
-        QVERIFY(m_pane->eval(QStringLiteral("document.querySelector('h1').textContent"))
-                    .toString()
-                    .endsWith(QLatin1String(" page")));
-        return;
-    }
-    if (!alertTitle.isEmpty()) {
-        QTRY_VERIFY(m_pane->model->alert().has_value());
-        QCOMPARE(m_pane->model->alert()->title, alertTitle);
-        QVERIFY(m_pane->model->alert()->message.endsWith(m_pane->path("docs/missing.md")));
-    } else {
-        QTRY_COMPARE(m_pane->platform.openedWithDefaultHandler.size(), 1);
-        QCOMPARE(m_pane->platform.openedWithDefaultHandler.constFirst(), QUrl(external));
-    }
-    QCOMPARE(m_pane->model->tabs().size(), 1);
-    QCOMPARE(m_pane->eval(QStringLiteral("document.title")).toString(), "guide");
-}
-
-void ReaderPaneTest::scrollReachesTheModel_data()
-{
-    // clang-format off
-    QTest::addColumn<QString>("y");
-    QTest::addColumn<double>("stored");
-    QTest::newRow("fraction") << "812.5" << 812.5;
-    // clang-format on
-}
-
-void ReaderPaneTest::scrollReachesTheModel()
-{
-    QFETCH(QString, y);
-    QFETCH(double, stored);
-    QVERIFY(m_pane->open(m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide))));
-    m_pane->eval(
-        QStringLiteral("window.webkit.messageHandlers.tarn.postMessage({type: 'scroll', y: %1});")
-            .arg(y));
-    QTRY_COMPARE(selected()->scrollY(), stored);
-    QCOMPARE(m_pane->model->readPositions().value(m_pane->path("guide.md")), stored);
-}
-
-void ReaderPaneTest::switchingBackKeepsThePage()
-{
-    QVERIFY(
-        m_pane->open(m_pane->file(QStringLiteral("a.md"), QStringLiteral("# A\n\nalpha alpha"))));
-    TarnDocument *a = selected();
-    TarnWebView *viewOfA = m_pane->view();
-    m_pane->eval(QStringLiteral("window.webkit.messageHandlers.tarn.postMessage("
-                                "{type: 'heading', id: 'a'});"));
-    QTRY_COMPARE(m_pane->model->currentHeadingID(), "a");
-    QVERIFY(m_pane->open(m_pane->file(QStringLiteral("b.md"), QStringLiteral("# B\n\nalpha"))));
-    QVERIFY(m_pane->view() != viewOfA);
-    m_pane->model->setSearchQuery(QStringLiteral("alpha"));
-    QTRY_COMPARE(m_pane->model->searchResultCount(), 1);
-
-    QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-    m_pane->model->selectTab(a->id());
-    QCOMPARE(m_pane->view(), viewOfA);
-    QCOMPARE(viewOfA->loadCount(), 1);
-    // The page reports its hits and heading again, though the model forgot them.
-    QTRY_COMPARE(m_pane->model->searchResultCount(), 2);
-    QTRY_COMPARE(m_pane->model->currentHeadingID(), "a");
-    QCOMPARE(ready.size(), 0);
-}
-
-void ReaderPaneTest::keepsFewPagesLoaded()
-{
-    QList<TarnDocument *> documents;
-    QList<QPointer<TarnWebView>> views;
-    for (const QString name : {"1.md", "2.md", "3.md", "4.md"}) {
-        QVERIFY(m_pane->open(m_pane->file(name, QStringLiteral("# ") + name)));
-        documents.append(selected());
-        views.append(m_pane->view());
-    }
-    QCOMPARE(m_pane->pane->loadedPageCount(), ReaderPane::maximumLoadedPages);
-    // The view of the page shown longest ago went, and its web engine memory with it.
-    QTRY_VERIFY(!views.at(0));
-
-    m_pane->model->closeTab(documents.at(3));
-    QCOMPARE(m_pane->model->tabs().size(), 3);
-    QCOMPARE(m_pane->pane->loadedPageCount(), 2);
-    // The first page was let go, so showing it loads it again.
-    QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-    m_pane->model->selectTab(documents.at(0)->id());
-    QVERIFY(ready.wait());
-    QCOMPARE(m_pane->eval(QStringLiteral("document.title")).toString(), "1");
-}
-
-void ReaderPaneTest::outlineRows()
-{
-    OutlinePane outline(*m_pane->model);
-    outline.show();
-    outline.setOutline({{u"intro", u"Intro", 1}, {u"setup", u"Setup", 2}, {u"deep", u"Deep", 3}});
-    QListWidget *rows = outline.rows();
-    QCOMPARE(rows->count(), 3);
-    QCOMPARE(rows->item(1)->text(), "Setup");
-    QVERIFY(!outline.emptyLabel()->isVisible());
-
-    const QColor accent = windowColor(TarnThemes::accentColor(m_pane->model->theme()));
-    m_pane->model->setCurrentHeadingID(QStringLiteral("setup"));
-    QCOMPARE(rows->item(1)->foreground().color().rgb(), accent.rgb());
-    QVERIFY(rows->item(0)->foreground().color().rgb() != accent.rgb());
-    m_pane->model->setCurrentHeadingID(QStringLiteral("deep"));
-    QVERIFY(rows->item(1)->foreground().color().rgb() != accent.rgb());
-    QCOMPARE(rows->item(2)->foreground().color().rgb(), accent.rgb());
-
-    QTest::mouseClick(rows->viewport(), Qt::LeftButton, {},
-                      rows->visualItemRect(rows->item(2)).center());
-    QCOMPARE(m_pane->model->scrollTargetID(), std::optional<QString>(QStringLiteral("deep")));
-
-    outline.setOutline({});
-    QCOMPARE(rows->count(), 0);
-    QVERIFY(!rows->isVisible());
-    QCOMPARE(outline.emptyLabel()->text(), QStringLiteral("没有标题"));
-    QVERIFY(outline.emptyLabel()->isVisible());
-    const QList<QLabel *> labels = outline.findChildren<QLabel *>();
-    QVERIFY(std::any_of(labels.begin(), labels.end(),
-                        [](QLabel *label) { return label->text() == QStringLiteral("目录"); }));
-}
-
-void ReaderPaneTest::outlineIndentsByLevel()
-{
-    OutlinePane outline(*m_pane->model);
-    outline.resize(OutlinePane::paneWidth, 400);
-    outline.show();
-    const std::vector<qint64> levels{1, 2, 3, 6, 1};
-    std::vector<TOCItem> toc;
-    for (std::size_t i = 0; i < levels.size(); ++i)
-        toc.push_back({u"h" + std::u16string(1, char16_t(u'0' + i)), u"HHH", levels[i]});
-    outline.setOutline(toc);
-    QVERIFY(QTest::qWaitForWindowExposed(&outline));
-
-    QListWidget *rows = outline.rows();
-    const QImage image = rows->viewport()->grab().toImage();
-    const QRgb background = image.pixel(image.width() - 1, image.height() - 1);
-    // Where the ink of each row's text starts.
-    auto inkStart = [&](int row) {
-        const QRect rect = rows->visualItemRect(rows->item(row));
-        for (int x = 0; x < image.width(); ++x) {
-            for (int y = rect.top(); y <= rect.bottom(); ++y) {
-                if (qGray(image.pixel(x, y)) + 60 < qGray(background))
-                    return x;
-            }
-        }
-        return -1;
-    };
-    const int first = inkStart(0);
-    QVERIFY(first >= 0);
-    for (std::size_t row = 0; row < levels.size(); ++row)
-        QCOMPARE(inkStart(int(row)) - first, 12 * int(levels[row] - 1));
-}
-
-void ReaderPaneTest::outlineClickScrollsThePage()
-{
-    QVERIFY(
-        m_pane->open(m_pane->file(QStringLiteral("long.md"), ReaderTestPages::longDocument(30))));
-    QListWidget *rows = m_pane->pane->outlinePane()->rows();
-    QCOMPARE(rows->count(), 31);
-    QListWidgetItem *part25 = rows->item(25);
-    QCOMPARE(part25->text(), "Part 25");
-    rows->scrollToItem(part25);
-    QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, rows->visualItemRect(part25).center());
-    QTRY_VERIFY(!m_pane->model->scrollTargetID().has_value());
-    QTRY_VERIFY(m_pane->eval(ReaderTestPages::headingAtTop(QStringLiteral("part-25"))).toBool());
-}
-
 int runReaderPaneTests(int argc, char *argv[])
 {
     ReaderPaneTest test;

@@ -13,149 +13,144 @@ class ReaderLoaderTest : public QObject
     Q_OBJECT
 
 private slots:
-    void stringLiteralReadsBack_data();
-    void stringLiteralReadsBack();
-    void folderBaseURL_data();
-    void folderBaseURL();
-    void messagesPostedBeforeTheChannelConnects();
-    void bigPageWithRelativeImages();
-    void onlyTheLastLoadReports();
+    void stringLiteralReadsBack_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("text");
+        QTest::newRow("quotes and backslashes") << QStringLiteral("\"'\\ \\u0041 ${x} `t`");
+        QTest::newRow("controls") << QString::fromUtf16(u"\0\x01\b\f\n\r\t\x1f", 8);
+        QTest::newRow("line separators") << QString::fromUtf16(u"a\u2028b\u2029c");
+        QTest::newRow("script end tag") << QStringLiteral("</script><!-- -->");
+        QTest::newRow("astral and CJK") << QStringLiteral("😀 中文");
+        QTest::newRow("lone surrogates") << QString::fromUtf16(u"\xd800x\xdc00", 3);
+        // clang-format on
+    }
+
+    void stringLiteralReadsBack()
+    {
+        QFETCH(QString, text);
+        ReaderTestView view;
+        QVERIFY(view.loadPage(QStringLiteral("<!doctype html><p>x</p>")));
+        // Compared as code units so that lone surrogates cannot be replaced on the way back.
+        const QVariantList units =
+            view.eval(QStringLiteral("(() => { const s = %1; const units = [];"
+                                     "  for (let i = 0; i < s.length; i += 1)"
+                                     "    units.push(s.charCodeAt(i));"
+                                     "  return units; })()")
+                          .arg(ReaderScripts::stringLiteral(text)))
+                .toList();
+        QString readBack;
+        for (const QVariant &unit : units)
+            readBack += QChar(char16_t(unit.toInt()));
+        QCOMPARE(readBack.size(), text.size());
+        QCOMPARE(readBack, text);
+    }
+
+    void folderBaseURL_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("given"); // "%1" stands for a temporary folder
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("folder gains a slash") << "file://%1" << "file://%1/";
+        QTest::newRow("file stays") << "file://%1/doc.md" << "file://%1/doc.md";
+        QTest::newRow("remote stays") << "https://example.com/a" << "https://example.com/a";
+        // clang-format on
+    }
+
+    void folderBaseURL()
+    {
+        QFETCH(QString, given);
+        QFETCH(QString, expected);
+        QTemporaryDir folder;
+        QFile doc(folder.filePath(QStringLiteral("doc.md")));
+        QVERIFY(doc.open(QIODevice::WriteOnly));
+        const QString path = folder.path();
+        QCOMPARE(ReaderPageLoader::folderBaseURL(QUrl(given.replace(QStringLiteral("%1"), path))),
+                 QUrl(expected.replace(QStringLiteral("%1"), path)));
+    }
+
+    void messagesPostedBeforeTheChannelConnects()
+    {
+        ReaderTestView view;
+        // Posted while the page is still being parsed, long before the channel's handshake ends;
+        // what is not an object, or cannot be copied, is dropped.
+        view.page()->setHtml(QStringLiteral(
+            "<!doctype html><script>"
+            "const tarn = window.webkit.messageHandlers.tarn;"
+            "const message = { type: 'scroll', y: 812.5 };"
+            "tarn.postMessage(message);"
+            "message.y = 1;"
+            "tarn.postMessage('text'); tarn.postMessage([1]); tarn.postMessage(undefined);"
+            "const cycle = {}; cycle.self = cycle; tarn.postMessage(cycle);"
+            "tarn.postMessage({ type: 'scroll', y: 812 });"
+            "for (let i = 0; i < 200; i += 1) tarn.postMessage({ type: 'n', i });"
+            "setTimeout(() => tarn.postMessage({ type: 'last', nested: { ok: true } }), 0);"
+            "</script>"));
+        QTRY_COMPARE(view.messages.size(), 203);
+        QCOMPARE(view.messages[0].value("y").toDouble(), 812.5);
+        QCOMPARE(view.messages[1].value("y").toDouble(), 812.0);
+        for (int i = 0; i < 200; ++i)
+            QCOMPARE(view.messages[2 + i].value("i").toInt(), i);
+        QCOMPARE(view.messages[202].value("nested").toMap().value("ok"), QVariant(true));
+        QCOMPARE(view.eval(QStringLiteral("typeof QWebChannel + typeof pending")).toString(),
+                 QStringLiteral("undefinedundefined"));
+    }
+
+    void bigPageWithRelativeImages()
+    {
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("img")));
+        QImage image(4, 3, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        QVERIFY(image.save(folder.filePath(QStringLiteral("img/dot.png"))));
+
+        // The diagram library alone is about 2.5 MB; the text brings the page to about 3.5 MB.
+        const QString markdown =
+            QStringLiteral("# Big\n\n```mermaid\ngraph TD\n  A --> B\n```\n\n") +
+            QStringLiteral("Some text that fills the page, 中文 too.\n\n").repeated(22000) +
+            QStringLiteral("Odd text: \"q\" \\ </script> \u2028 😀\n\n"
+                           "![dot](img/dot.png)\n\n[notes](notes.md)\n");
+        const QString page = ReaderTestPages::render(markdown);
+        QVERIFY2(page.toUtf8().size() > 3'500'000, QByteArray::number(page.toUtf8().size()));
+
+        ReaderTestView view;
+        QVERIFY(view.loadPage(page, QUrl::fromLocalFile(folder.path())));
+        const QString folderURL = QUrl::fromLocalFile(folder.path()).toString();
+        QCOMPARE(view.eval(QStringLiteral("document.baseURI")).toString(), folderURL + u'/');
+        QCOMPARE(view.eval(QStringLiteral("document.querySelector('main a').href")).toString(),
+                 folderURL + QStringLiteral("/notes.md"));
+        QTRY_COMPARE(
+            view.eval(QStringLiteral("document.querySelector('main img').naturalWidth")).toInt(),
+            4);
+        QCOMPARE(view.eval(QStringLiteral("document.querySelectorAll('.is-rendered svg').length"))
+                     .toInt(),
+                 1);
+        QCOMPARE(view.eval(QStringLiteral("document.querySelectorAll('main > p').length")).toInt(),
+                 22003);
+        QCOMPARE(
+            view.eval(QStringLiteral("document.querySelectorAll('main > p')[22000].textContent"))
+                .toString(),
+            QStringLiteral("Odd text: \"q\" \\ </script> \u2028 😀"));
+    }
+
+    void onlyTheLastLoadReports()
+    {
+        ReaderTestView view;
+        QSignalSpy loaded(&view.loader, &ReaderPageLoader::pageLoaded);
+        QSignalSpy failed(&view.loader, &ReaderPageLoader::pageLoadFailed);
+        view.loader.load(ReaderTestPages::render(QStringLiteral("# First")), {});
+        view.loader.load(ReaderTestPages::render(QStringLiteral("# Second")), {});
+        QTRY_COMPARE(loaded.size(), 1);
+        QCOMPARE(view.eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
+                 QStringLiteral("Second"));
+
+        view.loader.load(ReaderTestPages::render(QStringLiteral("# Third")), {});
+        QTRY_COMPARE(loaded.size(), 2);
+        QCOMPARE(view.eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
+                 QStringLiteral("Third"));
+        QCOMPARE(failed.size(), 0);
+    }
 };
-
-void ReaderLoaderTest::stringLiteralReadsBack_data()
-{
-    // clang-format off
-    QTest::addColumn<QString>("text");
-    QTest::newRow("quotes and backslashes") << QStringLiteral("\"'\\ \\u0041 ${x} `t`");
-    QTest::newRow("controls") << QString::fromUtf16(u"\0\x01\b\f\n\r\t\x1f", 8);
-    QTest::newRow("line separators") << QString::fromUtf16(u"a\u2028b\u2029c");
-    QTest::newRow("script end tag") << QStringLiteral("</script><!-- -->");
-    QTest::newRow("astral and CJK") << QStringLiteral("😀 中文");
-    QTest::newRow("lone surrogates") << QString::fromUtf16(u"\xd800x\xdc00", 3);
-    // clang-format on
-}
-
-void ReaderLoaderTest::stringLiteralReadsBack()
-{
-    QFETCH(QString, text);
-    ReaderTestView view;
-    QVERIFY(view.loadPage(QStringLiteral("<!doctype html><p>x</p>")));
-    // Compared as code units so that lone surrogates cannot be replaced on the way back.
-    const QVariantList units = view.eval(QStringLiteral("(() => { const s = %1; const units = [];"
-                                                        "  for (let i = 0; i < s.length; i += 1)"
-                                                        "    units.push(s.charCodeAt(i));"
-                                                        "  return units; })()")
-                                             .arg(ReaderScripts::stringLiteral(text)))
-                                   .toList();
-    QString readBack;
-    for (const QVariant &unit : units)
-        readBack += QChar(char16_t(unit.toInt()));
-    QCOMPARE(readBack.size(), text.size());
-    QCOMPARE(readBack, text);
-}
-
-void ReaderLoaderTest::folderBaseURL_data()
-{
-    // clang-format off
-    QTest::addColumn<QString>("given"); // "%1" stands for a temporary folder
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("folder gains a slash") << "file://%1" << "file://%1/";
-    QTest::newRow("file stays") << "file://%1/doc.md" << "file://%1/doc.md";
-    QTest::newRow("remote stays") << "https://example.com/a" << "https://example.com/a";
-    // clang-format on
-}
-
-void ReaderLoaderTest::folderBaseURL()
-{
-    QFETCH(QString, given);
-    QFETCH(QString, expected);
-    QTemporaryDir folder;
-    QFile doc(folder.filePath(QStringLiteral("doc.md")));
-    QVERIFY(doc.open(QIODevice::WriteOnly));
-    const QString path = folder.path();
-    QCOMPARE(ReaderPageLoader::folderBaseURL(QUrl(given.replace(QStringLiteral("%1"), path))),
-             QUrl(expected.replace(QStringLiteral("%1"), path)));
-}
-
-void ReaderLoaderTest::messagesPostedBeforeTheChannelConnects()
-{
-    ReaderTestView view;
-    // Posted while the page is still being parsed, long before the channel's handshake ends;
-    // what is not an object, or cannot be copied, is dropped.
-    view.page()->setHtml(QStringLiteral(
-        "<!doctype html><script>"
-        "const tarn = window.webkit.messageHandlers.tarn;"
-        "const message = { type: 'scroll', y: 812.5 };"
-        "tarn.postMessage(message);"
-        "message.y = 1;"
-        "tarn.postMessage('text'); tarn.postMessage([1]); tarn.postMessage(undefined);"
-        "const cycle = {}; cycle.self = cycle; tarn.postMessage(cycle);"
-        "tarn.postMessage({ type: 'scroll', y: 812 });"
-        "for (let i = 0; i < 200; i += 1) tarn.postMessage({ type: 'n', i });"
-        "setTimeout(() => tarn.postMessage({ type: 'last', nested: { ok: true } }), 0);"
-        "</script>"));
-    QTRY_COMPARE(view.messages.size(), 203);
-    QCOMPARE(view.messages[0].value("y").toDouble(), 812.5);
-    QCOMPARE(view.messages[1].value("y").toDouble(), 812.0);
-    for (int i = 0; i < 200; ++i)
-        QCOMPARE(view.messages[2 + i].value("i").toInt(), i);
-    QCOMPARE(view.messages[202].value("nested").toMap().value("ok"), QVariant(true));
-    QCOMPARE(view.eval(QStringLiteral("typeof QWebChannel + typeof pending")).toString(),
-             QStringLiteral("undefinedundefined"));
-}
-
-void ReaderLoaderTest::bigPageWithRelativeImages()
-{
-    QTemporaryDir folder;
-    QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("img")));
-    QImage image(4, 3, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    QVERIFY(image.save(folder.filePath(QStringLiteral("img/dot.png"))));
-
-    // The diagram library alone is about 2.5 MB; the text brings the page to about 3.5 MB.
-    const QString markdown =
-        QStringLiteral("# Big\n\n```mermaid\ngraph TD\n  A --> B\n```\n\n") +
-        QStringLiteral("Some text that fills the page, 中文 too.\n\n").repeated(22000) +
-        QStringLiteral("Odd text: \"q\" \\ </script> \u2028 😀\n\n"
-                       "![dot](img/dot.png)\n\n[notes](notes.md)\n");
-    const QString page = ReaderTestPages::render(markdown);
-    QVERIFY2(page.toUtf8().size() > 3'500'000, QByteArray::number(page.toUtf8().size()));
-
-    ReaderTestView view;
-    QVERIFY(view.loadPage(page, QUrl::fromLocalFile(folder.path())));
-    const QString folderURL = QUrl::fromLocalFile(folder.path()).toString();
-    QCOMPARE(view.eval(QStringLiteral("document.baseURI")).toString(), folderURL + u'/');
-    QCOMPARE(view.eval(QStringLiteral("document.querySelector('main a').href")).toString(),
-             folderURL + QStringLiteral("/notes.md"));
-    QTRY_COMPARE(
-        view.eval(QStringLiteral("document.querySelector('main img').naturalWidth")).toInt(), 4);
-    QCOMPARE(
-        view.eval(QStringLiteral("document.querySelectorAll('.is-rendered svg').length")).toInt(),
-        1);
-    QCOMPARE(view.eval(QStringLiteral("document.querySelectorAll('main > p').length")).toInt(),
-             22003);
-    QCOMPARE(view.eval(QStringLiteral("document.querySelectorAll('main > p')[22000].textContent"))
-                 .toString(),
-             QStringLiteral("Odd text: \"q\" \\ </script> \u2028 😀"));
-}
-
-void ReaderLoaderTest::onlyTheLastLoadReports()
-{
-    ReaderTestView view;
-    QSignalSpy loaded(&view.loader, &ReaderPageLoader::pageLoaded);
-    QSignalSpy failed(&view.loader, &ReaderPageLoader::pageLoadFailed);
-    view.loader.load(ReaderTestPages::render(QStringLiteral("# First")), {});
-    view.loader.load(ReaderTestPages::render(QStringLiteral("# Second")), {});
-    QTRY_COMPARE(loaded.size(), 1);
-    QCOMPARE(view.eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
-             QStringLiteral("Second"));
-
-    view.loader.load(ReaderTestPages::render(QStringLiteral("# Third")), {});
-    QTRY_COMPARE(loaded.size(), 2);
-    QCOMPARE(view.eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
-             QStringLiteral("Third"));
-    QCOMPARE(failed.size(), 0);
-}
 
 TARN_WEB_TEST_MAIN(ReaderLoaderTest)
 #include "tst_reader_loader.moc"
