@@ -143,6 +143,22 @@ private slots:
                                 "{\"file\": \"b.md\", \"outline\": []}\n"));
     }
 
+    // PDF needs the web engine but no display: it falls back to the offscreen platform.
+    void pdfWithoutDisplay()
+    {
+        write("doc.md", "# Heading\n");
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            environment.remove(name);
+        environment.insert("QTWEBENGINE_DISABLE_SANDBOX", "1");
+        const Run result =
+            run({"--export", "pdf", "--theme", "dark", "-o", "out", "missing.md", "doc.md"}, {},
+                environment);
+        QCOMPARE(result.exitCode, 1);
+        QVERIFY2(result.err.startsWith("tarn: missing.md: "), result.err.constData());
+        QVERIFY(read("out/doc.pdf").startsWith("%PDF-"));
+    }
+
     void diagramLibraryInlinedOnceOrLeftOut()
     {
         QTemporaryDir empty;

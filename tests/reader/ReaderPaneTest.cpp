@@ -26,11 +26,6 @@ QColor windowColor(TarnRGB rgb)
     return QColor::fromRgbF(float(rgb.red), float(rgb.green), float(rgb.blue));
 }
 
-QColor cssColor(const QVariant &value)
-{
-    return QColor(value.toString().trimmed());
-}
-
 } // namespace
 
 class ReaderPaneTest : public QObject
@@ -61,28 +56,6 @@ private slots:
         QVERIFY(!m_pane->pane->outlinePane()->isVisible());
     }
 
-    void developerDocument()
-    {
-        const QString path = qEnvironmentVariable("TARN_READER_FILE");
-        if (path.isEmpty())
-            QSKIP("set TARN_READER_FILE to open a document of your own");
-        const QString shot = qEnvironmentVariable("TARN_READER_SHOT");
-        m_pane->pane->resize(1180 - 252, 760); // the window less its sidebar
-        QElapsedTimer clock;
-        clock.start();
-        QVERIFY2(m_pane->open(QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()), 60000),
-                 qPrintable(m_pane->model->alert() ? m_pane->model->alert()->message
-                                                   : QStringLiteral("the page never got ready")));
-        qInfo(
-            "ready after %lld ms: %d headings, %d diagrams drawn, %d failed", clock.elapsed(),
-            m_pane->pane->outlinePane()->rows()->count(),
-            m_pane->eval(QStringLiteral("document.querySelectorAll('.is-rendered').length"))
-                .toInt(),
-            m_pane->eval(QStringLiteral("document.querySelectorAll('.has-error').length")).toInt());
-        if (!shot.isEmpty())
-            QVERIFY(m_pane->pane->grab().save(shot));
-    }
-
     void showsSavedTextNotDraft()
     {
         QVERIFY(m_pane->open(m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide))));
@@ -97,20 +70,6 @@ private slots:
         QCOMPARE(
             m_pane->eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
             "Saved again");
-    }
-
-    void themeChangeReloadsWithThePalette()
-    {
-        QVERIFY(m_pane->open(m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide))));
-        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-        m_pane->model->setTheme(TarnTheme::dark);
-        QVERIFY(ready.wait());
-        QCOMPARE(m_pane->view()->loadCount(), 2);
-        const QColor background = cssColor(m_pane->eval(
-            QStringLiteral("getComputedStyle(document.documentElement).getPropertyValue('--bg')")));
-        QCOMPARE(background, QColor(QStringLiteral("#191B1C")));
-        QCOMPARE(m_pane->view()->page()->backgroundColor().rgb(),
-                 windowColor(TarnThemes::backgroundColor(TarnTheme::dark)).rgb());
     }
 
     void links_data()
@@ -264,38 +223,6 @@ private slots:
         const QList<QLabel *> labels = outline.findChildren<QLabel *>();
         QVERIFY(std::any_of(labels.begin(), labels.end(),
                             [](QLabel *label) { return label->text() == QStringLiteral("目录"); }));
-    }
-
-    void outlineIndentsByLevel()
-    {
-        OutlinePane outline(*m_pane->model);
-        outline.resize(OutlinePane::paneWidth, 400);
-        outline.show();
-        const std::vector<qint64> levels{1, 2, 3, 6, 1};
-        std::vector<TOCItem> toc;
-        for (std::size_t i = 0; i < levels.size(); ++i)
-            toc.push_back({u"h" + std::u16string(1, char16_t(u'0' + i)), u"HHH", levels[i]});
-        outline.setOutline(toc);
-        QVERIFY(QTest::qWaitForWindowExposed(&outline));
-
-        QListWidget *rows = outline.rows();
-        const QImage image = rows->viewport()->grab().toImage();
-        const QRgb background = image.pixel(image.width() - 1, image.height() - 1);
-        // Where the ink of each row's text starts.
-        auto inkStart = [&](int row) {
-            const QRect rect = rows->visualItemRect(rows->item(row));
-            for (int x = 0; x < image.width(); ++x) {
-                for (int y = rect.top(); y <= rect.bottom(); ++y) {
-                    if (qGray(image.pixel(x, y)) + 60 < qGray(background))
-                        return x;
-                }
-            }
-            return -1;
-        };
-        const int first = inkStart(0);
-        QVERIFY(first >= 0);
-        for (std::size_t row = 0; row < levels.size(); ++row)
-            QCOMPARE(inkStart(int(row)) - first, 12 * int(levels[row] - 1));
     }
 
     void outlineClickScrollsThePage()

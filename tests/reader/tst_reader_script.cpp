@@ -272,15 +272,6 @@ private slots:
                      .toInt(),
                  0);
     }
-
-    void readinessWithoutScript()
-    {
-        QVERIFY(m_view->loadPage(QStringLiteral("<!doctype html><p>no script</p>")));
-        QVERIFY(m_view->loadPage(ReaderTestPages::render(QStringLiteral("# Plain"))));
-        m_view->eval(QStringLiteral("window.tarnReady.then((v) => { window.readyValue = v; })"));
-        QTRY_COMPARE(m_view->eval(QStringLiteral("window.readyValue")), QVariant(true));
-        QCOMPARE(m_view->eval(QStringLiteral("window.tarnReadyDone")), QVariant(true));
-    }
 };
 
 TARN_WEB_TEST_MAIN(ReaderScriptTest)

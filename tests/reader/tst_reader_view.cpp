@@ -180,24 +180,6 @@ private slots:
         QTRY_COMPARE(m_bridge->calls, calls);
     }
 
-    void modelCallsWaitForTheNextTurn()
-    {
-        m_bridge->html = ReaderTestPages::observed(QStringLiteral("Text."));
-        QVERIFY(m_bridge->show());
-        QTRY_COMPARE(m_bridge->calls.size(), 1);
-        m_bridge->calls.clear();
-        // Connected after the coordinator, so this runs right after it has seen each message.
-        QStringList seenDuringDelivery;
-        connect(&m_bridge->view->messageChannel(), &TarnMessageChannel::messageReceived, this,
-                [&] { seenDuringDelivery.append(m_bridge->calls.join(u',')); });
-        m_bridge->post(QStringLiteral("{type: 'scroll', y: 10}"));
-        m_bridge->post(QStringLiteral("{type: 'heading', id: 'a'}"));
-        QTRY_COMPARE(m_bridge->calls, (QStringList{"scroll:10", "heading:a"}));
-        QCOMPARE(seenDuringDelivery.size(), 2);
-        QVERIFY(!seenDuringDelivery.at(0).contains(QLatin1String("scroll")));
-        QVERIFY(!seenDuringDelivery.at(1).contains(QLatin1String("heading")));
-    }
-
     void neverReadyPageIsServedAfterTheWait()
     {
         m_bridge->html = ReaderTestPages::neverReady(ReaderTestPages::longDocument());
