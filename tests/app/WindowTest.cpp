@@ -248,6 +248,9 @@ private slots:
         QCOMPARE(items.size(), 3);
         QTRY_COMPARE(items[2]->width(), TabItem::maximumWidth);
         QCOMPARE(items[0]->titleLabel()->displayedText(), QStringLiteral("one"));
+        // The title sits between the dot and the close button.
+        const QRect title = items[0]->titleLabel()->geometry();
+        QVERIFY(title.left() > 0 && title.right() < items[0]->closeButton()->x());
         QVERIFY(items[2]->isSelected());
         QVERIFY(items[2]->titleLabel()->displayedText().contains(QChar(0x2026))); // elided
 
