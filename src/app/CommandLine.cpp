@@ -4,7 +4,6 @@
 #include "MarkdownRenderer.h"
 #include "TarnDocument.h"
 #include "TarnPDFExporter.h"
-#include "TarnUsageLogger.h"
 #include "TextFileReader.h"
 #include "WebEngineProcess.h"
 
@@ -95,6 +94,17 @@ QString defaultTitle(const QString &input)
     return TarnDocument::displayTitle(QFileInfo(input).fileName());
 }
 
+// Also through links and "./" detours, when the files exist.
+bool samePath(const QString &a, const QString &b)
+{
+    const QFileInfo first(a);
+    const QFileInfo second(b);
+    if (first.absoluteFilePath() == second.absoluteFilePath())
+        return true;
+    const QString canonical = first.canonicalFilePath();
+    return !canonical.isEmpty() && canonical == second.canonicalFilePath();
+}
+
 QString outputName(const QString &input, const QString &extension)
 {
     if (input == QLatin1String("-"))
@@ -107,6 +117,7 @@ QString outputName(const QString &input, const QString &extension)
 ParseResult parse(const QStringList &arguments)
 {
     Options options;
+    bool themeGiven = false;
     bool modeSet = false;
     bool optionsEnded = false;
     auto setMode = [&](Mode mode) -> bool {
@@ -151,7 +162,7 @@ ParseResult parse(const QStringList &arguments)
             options.mode = Mode::Help;
             return {options, {}};
         }
-        if (argument == QLatin1String("--version") || argument == QLatin1String("-v")) {
+        if (argument == QLatin1String("--version") || argument == QLatin1String("-V")) {
             options.mode = Mode::Version;
             return {options, {}};
         }
@@ -179,6 +190,7 @@ ParseResult parse(const QStringList &arguments)
                 return usageError(QStringLiteral("unknown theme \"%1\"; valid themes: %2")
                                       .arg(value, validThemeNames()));
             options.theme = *theme;
+            themeGiven = true;
         } else if (argument == QLatin1String("--title")) {
             if (!takeValue(&value))
                 return usageError(QStringLiteral("--title needs a text"));
@@ -195,7 +207,7 @@ ParseResult parse(const QStringList &arguments)
     const bool exporting = options.mode == Mode::ExportHtml || options.mode == Mode::ExportPdf;
     if (!exporting && (options.title || options.output))
         return usageError(QStringLiteral("--title and --output go with --export"));
-    if (!exporting && options.theme != TarnTheme::businessBlue)
+    if (!exporting && themeGiven)
         return usageError(QStringLiteral("--theme goes with --export"));
     if (options.mode != Mode::Window && options.files.isEmpty())
         return usageError(QStringLiteral("no input file given (use - for standard input)"));
@@ -203,6 +215,9 @@ ParseResult parse(const QStringList &arguments)
         return usageError(QStringLiteral("standard input (-) can be read only once"));
     if (options.mode == Mode::ExportPdf && options.output == QLatin1String("-"))
         return usageError(QStringLiteral("PDF cannot be written to standard output"));
+    if (options.mode == Mode::ExportPdf && !options.output &&
+        options.files.contains(QStringLiteral("-")))
+        return usageError(QStringLiteral("PDF from standard input needs --output"));
     if (options.files.size() > 1 && options.output == QLatin1String("-"))
         return usageError(QStringLiteral("with several files, --output must name a folder"));
     return {options, {}};
@@ -217,9 +232,20 @@ QString usageText()
                "  tarn --outline FILE...              print each file's headings as one JSON line\n"
                "  tarn --help | --version\n"
                "\n"
-               "FILE may be - for standard input. With several files, --output names a folder\n"
-               "(created if missing). --output - writes HTML to standard output.\n"
-               "Themes: %1 (default businessBlue).\n")
+               "Options:\n"
+               "  --export html|pdf     convert the files without opening a window\n"
+               "  --outline             print the headings of the files\n"
+               "  --theme NAME          page theme of an export, one of %1\n"
+               "                        (default businessBlue)\n"
+               "  --title TEXT          page title of an export (default: the file's name)\n"
+               "  -o, --output PATH     output file, a folder for several files, or - for HTML\n"
+               "                        on standard output\n"
+               "  -h, --help            show this help and exit\n"
+               "  -V, --version         show the version and exit\n"
+               "\n"
+               "FILE may be - for standard input. An output never replaces an input file.\n"
+               "Exit status: 0 on success, 1 when a file could not be read or written,\n"
+               "2 on a usage error.\n")
         .arg(validThemeNames());
 }
 
@@ -228,17 +254,12 @@ QString versionText()
     return QStringLiteral("tarn %1\n").arg(QStringLiteral(TARN_VERSION));
 }
 
-bool planJobs(const Options &options, const QString &extension, QList<Job> *jobs, QString *error)
+int planJobs(const Options &options, const QString &extension, QList<Job> *jobs, QString *error)
 {
     const bool several = options.files.size() > 1;
     QString folder;
-    if (options.output && (several || QFileInfo(*options.output).isDir())) {
+    if (options.output && (several || QFileInfo(*options.output).isDir()))
         folder = *options.output;
-        if (!QDir().mkpath(folder)) {
-            *error = QStringLiteral("cannot create the output folder \"%1\"").arg(folder);
-            return false;
-        }
-    }
     QHash<QString, QString> claimedBy;
     for (const QString &input : options.files) {
         Job job;
@@ -259,13 +280,29 @@ bool planJobs(const Options &options, const QString &extension, QList<Job> *jobs
             if (claimedBy.contains(key)) {
                 *error = QStringLiteral("\"%1\" and \"%2\" would both be written to \"%3\"")
                              .arg(claimedBy.value(key), input, job.output);
-                return false;
+                return 1;
             }
             claimedBy.insert(key, input);
         }
         jobs->append(job);
     }
-    return true;
+    // Checked before anything is written: a conversion must never destroy its own source.
+    for (const Job &job : std::as_const(*jobs)) {
+        if (job.output == QLatin1String("-"))
+            continue;
+        for (const QString &input : options.files) {
+            if (input != QLatin1String("-") && samePath(input, job.output)) {
+                *error = QStringLiteral("the output \"%1\" would replace the input \"%2\"")
+                             .arg(job.output, input);
+                return 2;
+            }
+        }
+    }
+    if (!folder.isEmpty() && !QDir().mkpath(folder)) {
+        *error = QStringLiteral("cannot create the output folder \"%1\"").arg(folder);
+        return 1;
+    }
+    return 0;
 }
 
 InputText readInput(const QString &input)
@@ -312,10 +349,11 @@ int runTextConversion(const Options &options, FILE *out, FILE *err)
 {
     QList<Job> jobs;
     QString error;
-    if (options.mode == Mode::ExportHtml &&
-        !planJobs(options, QStringLiteral("html"), &jobs, &error)) {
-        print(err, QStringLiteral("tarn: %1\n").arg(error));
-        return 1;
+    if (options.mode == Mode::ExportHtml) {
+        if (const int status = planJobs(options, QStringLiteral("html"), &jobs, &error)) {
+            print(err, QStringLiteral("tarn: %1\n").arg(error));
+            return status;
+        }
     }
     int status = 0;
     for (qsizetype i = 0; i < options.files.size(); ++i) {
@@ -379,17 +417,12 @@ int runPdfExport(const Options &options, FILE *err)
 {
     QList<Job> jobs;
     QString error;
-    if (!planJobs(options, QStringLiteral("pdf"), &jobs, &error)) {
+    if (const int status = planJobs(options, QStringLiteral("pdf"), &jobs, &error)) {
         print(err, QStringLiteral("tarn: %1\n").arg(error));
-        return 1;
+        return status;
     }
     int status = 0;
     for (const Job &job : std::as_const(jobs)) {
-        if (job.output == QLatin1String("-")) {
-            print(err, QStringLiteral("tarn: -: PDF from standard input needs --output\n"));
-            status = 1;
-            continue;
-        }
         const InputText text = readInput(job.input);
         if (!text.ok) {
             print(err, QStringLiteral("tarn: %1: %2\n").arg(job.input, text.error));
@@ -405,13 +438,15 @@ int runPdfExport(const Options &options, FILE *err)
         PdfExportResult result;
         bool finished = false;
         QEventLoop loop;
-        TarnPDFExporter::exportPdf(toQString(page.html), QUrl::fromLocalFile(folder + u'/'),
-                                   QUrl::fromLocalFile(QFileInfo(job.output).absoluteFilePath()),
-                                   [&](const PdfExportResult &outcome) {
-                                       result = outcome;
-                                       finished = true;
-                                       loop.quit();
-                                   });
+        TarnPDFExporter::exportPdf(
+            toQString(page.html), QUrl::fromLocalFile(folder + u'/'),
+            QUrl::fromLocalFile(QFileInfo(job.output).absoluteFilePath()),
+            [&](const PdfExportResult &outcome) {
+                result = outcome;
+                finished = true;
+                loop.quit();
+            },
+            nullptr);
         if (!finished)
             loop.exec();
         // The exporter and its view go away now, before the engine shuts down.
@@ -422,7 +457,6 @@ int runPdfExport(const Options &options, FILE *err)
             status = 1;
         }
     }
-    TarnUsageLogger::shared().flush();
     return status;
 }
 

@@ -48,9 +48,10 @@ struct Job
     QString title;
 };
 
-// Works out output paths (creating an output folder when several files are given).
-// Returns false and fills `error` when the output folder cannot be made.
-bool planJobs(const Options &options, const QString &extension, QList<Job> *jobs, QString *error);
+// Works out output paths (creating an output folder when several files are given). Returns the
+// exit status to stop with and fills `error`: 2 when an output would replace an input, 1 when
+// two outputs clash or the folder cannot be made; 0 to go on.
+int planJobs(const Options &options, const QString &extension, QList<Job> *jobs, QString *error);
 
 // Reads a FILE argument ("-" = standard input) as the app reads documents.
 struct InputText

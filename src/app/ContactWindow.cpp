@@ -6,6 +6,7 @@
 #include "WindowChrome.h"
 
 #include <QDesktopServices>
+#include <QEvent>
 #include <QFile>
 #include <QGridLayout>
 #include <QJsonArray>
@@ -94,7 +95,6 @@ ContactWindow::ContactWindow(QWidget *parent)
         auto *grid = new QGridLayout;
         grid->setHorizontalSpacing(10);
         grid->setVerticalSpacing(8);
-        const QColor accent = palette().color(QPalette::Highlight);
         for (qsizetype i = 0; i < details->entries.size(); ++i) {
             const ContactEntry &entry = details->entries[i];
             const int row = int(i);
@@ -103,7 +103,7 @@ ContactWindow::ContactWindow(QWidget *parent)
                                      : entry.kind == QLatin1String("web") ? QStringLiteral("globe")
                                                                           : QString();
             if (!iconName.isEmpty())
-                symbol->setPixmap(TarnIcons::icon(iconName, accent).pixmap(QSize(16, 16)));
+                m_symbols.append({symbol, iconName});
             grid->addWidget(symbol, row, 0);
             grid->addWidget(new QLabel(entry.label, this), row, 1);
             auto *link = new QPushButton(entry.text, this);
@@ -111,7 +111,7 @@ ContactWindow::ContactWindow(QWidget *parent)
             link->setFlat(true);
             link->setCursor(Qt::PointingHandCursor);
             link->setToolTip(entry.url.toString());
-            link->setStyleSheet(QStringLiteral("text-align: left; color: %1;").arg(accent.name()));
+            m_links.append(link);
             connect(link, &QPushButton::clicked, this,
                     [url = entry.url] { QDesktopServices::openUrl(url); });
             grid->addWidget(link, row, 2);
@@ -130,4 +130,21 @@ ContactWindow::ContactWindow(QWidget *parent)
     // As large as the entries need, and no larger.
     column->setSizeConstraint(QLayout::SetFixedSize);
     setMinimumWidth(400);
+    recolour();
+}
+
+void ContactWindow::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::PaletteChange)
+        recolour();
+    QWidget::changeEvent(event);
+}
+
+void ContactWindow::recolour()
+{
+    const QColor accent = palette().color(QPalette::Highlight);
+    for (const auto &[symbol, iconName] : std::as_const(m_symbols))
+        symbol->setPixmap(TarnIcons::icon(iconName, accent).pixmap(QSize(16, 16)));
+    for (QPushButton *link : std::as_const(m_links))
+        link->setStyleSheet(QStringLiteral("text-align: left; color: %1;").arg(accent.name()));
 }

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QPair>
 #include <QString>
 #include <QUrl>
 #include <QWidget>
@@ -23,6 +24,9 @@ struct ContactDetails
     QList<ContactEntry> entries;
 };
 
+class QLabel;
+class QPushButton;
+
 class ContactWindow : public QWidget
 {
     Q_OBJECT
@@ -35,4 +39,14 @@ public:
     static std::optional<ContactDetails> shippedDetails(QString *error);
     // Reads the data file's JSON. An entry without a label, text or valid URL is an error.
     static std::optional<ContactDetails> parse(const QByteArray &json, QString *error);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    // Symbols and links are drawn in the theme's accent; a theme change redraws them.
+    void recolour();
+
+    QList<QPair<QLabel *, QString>> m_symbols; // label and icon name
+    QList<QPushButton *> m_links;
 };

@@ -7,10 +7,12 @@
 #include "EditRouting.h"
 #include "EditorNotifications.h"
 #include "MenuLocalizer.h"
+#include "PlainTextEditView.h"
 
 #include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPlainTextEdit>
 #include <QTimer>
 #include <QWidget>
 
@@ -260,6 +262,14 @@ void MainMenu::validate(QAction *action)
         action->setEnabled(true);
         action->setChecked(action->property(kThemeProperty).toInt() == int(m_model.theme()));
         break;
+    case Command::undo: {
+        // Named after the step it reverts, where the editor named it ("撤销全部替换").
+        const auto *edit = qobject_cast<QPlainTextEdit *>(QApplication::focusWidget());
+        const auto *view = edit ? edit->findChild<PlainTextEditView *>() : nullptr;
+        action->setEnabled(true);
+        action->setText(QStringLiteral("撤销") + (view ? view->undoActionName() : QString()));
+        break;
+    }
     case Command::toggleFullScreen: {
         const QWidget *active = QApplication::activeWindow();
         action->setEnabled(true);

@@ -8,6 +8,7 @@
 #include <QCloseEvent>
 #include <QMenuBar>
 #include <QScreen>
+#include <QWindow>
 
 MainWindow::MainWindow(AppModel &model, QWidget *parent)
     : QMainWindow(parent)
@@ -33,13 +34,28 @@ QString MainWindow::titleFor(const TarnDocument *document)
 
 void MainWindow::placeInitially()
 {
-    const QSize content = ContentView::initialContentSize;
-    resize(content.width(), content.height() + menuBar()->sizeHint().height());
-    if (const QScreen *screen = this->screen()) {
-        QRect frame(QPoint(0, 0), size());
-        frame.moveCenter(screen->availableGeometry().center());
-        move(frame.topLeft());
+    const int menuHeight = menuBar()->sizeHint().height();
+    QSize size(ContentView::initialContentSize.width(),
+               ContentView::initialContentSize.height() + menuHeight);
+    const QScreen *screen = this->screen();
+    if (!screen) {
+        resize(size);
+        return;
     }
+    // Small screens (1366 × 768, 1280 × 720) must still hold the whole window, title bar and
+    // menu bar included, so the minimum and the first size give way to the available area.
+    const QRect area = screen->availableGeometry();
+    const QMargins frame = isVisible() && windowHandle() ? windowHandle()->frameMargins()
+                                                         : QMargins(0, titleBarAllowance, 0, 0);
+    const QSize room(area.width() - frame.left() - frame.right(),
+                     area.height() - frame.top() - frame.bottom());
+    m_content->setMinimumSize(
+        ContentView::minimumContentSize.boundedTo(QSize(room.width(), room.height() - menuHeight)));
+    size = size.boundedTo(room);
+    resize(size);
+    QRect placed(QPoint(0, 0), size.grownBy(frame));
+    placed.moveCenter(area.center());
+    move(placed.topLeft());
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)

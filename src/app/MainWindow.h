@@ -16,8 +16,11 @@ public:
     explicit MainWindow(AppModel &model, QWidget *parent = nullptr);
 
     ContentView *contentView() const { return m_content; }
-    // Sizes the window for its initial content size and centres it on its screen.
+    // Sizes the window for its initial content size, as far as its screen's available area
+    // allows (the content's minimum gives way too), and centres it there.
     void placeInitially();
+    // Room kept for the title bar while the window manager has not yet framed the window.
+    static constexpr int titleBarAllowance = 40;
 
     // "Title — Tarn", or "Tarn" with no document selected.
     static QString titleFor(const TarnDocument *document);

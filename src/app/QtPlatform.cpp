@@ -14,23 +14,12 @@
 
 namespace {
 
-void applyMimeFilters(QFileDialog &dialog, const QStringList &mimeTypes)
+void applyNameFilters(QFileDialog &dialog, const QStringList &filters)
 {
-    if (mimeTypes.isEmpty())
+    if (filters.isEmpty())
         return;
-    QStringList filters = mimeTypes;
-    // Markdown files are often typed as plain text by older MIME databases; offer both at once.
-    dialog.setMimeTypeFilters(filters);
-    QStringList patterns;
-    const QMimeDatabase database;
-    for (const QString &name : mimeTypes)
-        patterns << database.mimeTypeForName(name).globPatterns();
-    if (patterns.size() > 1) {
-        QStringList nameFilters = dialog.nameFilters();
-        nameFilters.prepend(QStringLiteral("Markdown / 文本 (%1)").arg(patterns.join(u' ')));
-        dialog.setNameFilters(nameFilters);
-        dialog.selectNameFilter(nameFilters.first());
-    }
+    dialog.setNameFilters(filters);
+    dialog.selectNameFilter(filters.first());
 }
 
 } // namespace
@@ -42,7 +31,7 @@ QList<QUrl> QtPlatform::runOpenPanel(const OpenPanelOptions &options)
     dialog.setFileMode(options.canChooseDirectories      ? QFileDialog::Directory
                        : options.allowsMultipleSelection ? QFileDialog::ExistingFiles
                                                          : QFileDialog::ExistingFile);
-    applyMimeFilters(dialog, options.allowedMimeTypes);
+    applyNameFilters(dialog, options.nameFilters);
     if (dialog.exec() != QDialog::Accepted)
         return {};
     return dialog.selectedUrls();
@@ -53,7 +42,8 @@ std::optional<QUrl> QtPlatform::runSavePanel(const SavePanelOptions &options)
     QFileDialog dialog(m_window, options.title);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
-    applyMimeFilters(dialog, options.allowedMimeTypes);
+    applyNameFilters(dialog, options.nameFilters);
+    dialog.setDefaultSuffix(options.defaultSuffix);
     dialog.selectFile(options.suggestedName);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedUrls().isEmpty())
         return std::nullopt;

@@ -95,7 +95,7 @@ QMenu *StoredFileRow::makeContextMenu(QWidget *parent)
     AppModel *model = &m_model;
     menu->addAction(file.isFavorite ? QStringLiteral("取消收藏") : QStringLiteral("收藏"), model,
                     [model, file] { model->toggleFavorite(file); });
-    menu->addAction(QStringLiteral("在访达中显示"), model,
+    menu->addAction(QStringLiteral("在文件管理器中显示"), model,
                     [model, file] { model->showInFinder(file); });
     menu->addAction(QStringLiteral("从最近记录移除"), model,
                     [model, file] { model->removeRecent(file); });

@@ -23,6 +23,7 @@
 #include <QSessionManager>
 #include <QSettings>
 #include <QStyleFactory>
+#include <QTimer>
 #include <QTranslator>
 
 namespace {
@@ -74,15 +75,23 @@ QString TarnApplication::version()
     return QStringLiteral(TARN_VERSION);
 }
 
-QList<QUrl> TarnApplication::launchURLs(const QStringList &paths)
+QList<QUrl> TarnApplication::launchURLs(const QStringList &paths, FILE *errors)
 {
     QList<QUrl> urls;
+    auto report = [errors](const QString &path, const char *problem) {
+        if (errors)
+            std::fprintf(errors, "tarn: %s: %s\n", qUtf8Printable(path), problem);
+    };
     for (const QString &path : paths) {
         if (path.isEmpty())
             continue;
-        const QUrl url = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
-        if (url.isLocalFile())
-            urls << url;
+        const QFileInfo info(path);
+        if (!info.exists())
+            report(path, "no such file");
+        else if (info.isDir() || !AppModel::isDocumentFile(info.absoluteFilePath()))
+            report(path, "not a Markdown or text file");
+        else
+            urls << QUrl::fromLocalFile(info.absoluteFilePath());
     }
     return urls;
 }
@@ -109,10 +118,26 @@ void TarnApplication::launch(const QStringList &files)
 
 void TarnApplication::openFromAnotherLaunch(const QStringList &files)
 {
-    const QList<QUrl> urls = launchURLs(files);
+    m_handedOver << files;
+    showMainContentWindow(true);
+    openHandedOverFiles();
+}
+
+void TarnApplication::openHandedOverFiles()
+{
+    if (QApplication::activeModalWidget()) {
+        if (!m_handOverScheduled) {
+            m_handOverScheduled = true;
+            QTimer::singleShot(100, this, [this] {
+                m_handOverScheduled = false;
+                openHandedOverFiles();
+            });
+        }
+        return;
+    }
+    const QList<QUrl> urls = launchURLs(std::exchange(m_handedOver, {}));
     if (!urls.isEmpty())
         m_model->openURLs(urls, false);
-    showMainContentWindow(true);
 }
 
 MainWindow *TarnApplication::ensureMainContentWindow()
@@ -147,7 +172,7 @@ void TarnApplication::showContactWindow()
         m_contact = new ContactWindow;
         m_contact->setAttribute(Qt::WA_DeleteOnClose);
         if (m_window) {
-            m_contact->setPalette(m_window->palette());
+            // No palette of its own: it follows the application's, which the theme sets.
             m_contact->adjustSize();
             QRect frame(QPoint(0, 0), m_contact->size());
             frame.moveCenter(m_window->geometry().center());
@@ -193,7 +218,7 @@ void TarnApplication::configureApplication(QApplication &app)
 int TarnApplication::run(int &argc, char **argv, const QStringList &files)
 {
     QStringList absolute;
-    for (const QUrl &url : launchURLs(files))
+    for (const QUrl &url : launchURLs(files, stderr))
         absolute << url.toLocalFile();
     if (SingleInstance().handOver(absolute))
         return 0;
@@ -225,6 +250,6 @@ int TarnApplication::run(int &argc, char **argv, const QStringList &files)
             manager.cancel();
         manager.release();
     });
-    tarn.launch(files);
+    tarn.launch(absolute);
     return app.exec();
 }

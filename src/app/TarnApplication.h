@@ -7,8 +7,10 @@
 
 #include <QObject>
 #include <QPointer>
+
 #include <QStringList>
 #include <QUrl>
+#include <cstdio>
 
 #include <memory>
 
@@ -39,7 +41,8 @@ public:
     // The launch steps: log, icon, menu bar, window, files from the command line, menu
     // localisation, and the window brought to the front.
     void launch(const QStringList &files);
-    // Another launch asked to open `files` (absolute paths) and to be shown.
+    // Another launch asked to open `files` (absolute paths) and to be shown. While a dialog is
+    // open the files wait, so that nothing changes underneath it.
     void openFromAnotherLaunch(const QStringList &files);
 
     AppModel &model() const { return *m_model; }
@@ -47,8 +50,9 @@ public:
     MainWindow *mainWindow() const { return m_window; }
     ContactWindow *contactWindow() const { return m_contact; }
 
-    // File URLs for command-line paths, made absolute against the current folder.
-    static QList<QUrl> launchURLs(const QStringList &paths);
+    // File URLs for command-line paths, made absolute against the current folder. Paths that
+    // name no file, or a file Tarn does not open, are left out and reported on `errors`.
+    static QList<QUrl> launchURLs(const QStringList &paths, FILE *errors = nullptr);
     static QString version();
 
 signals:
@@ -61,6 +65,7 @@ private:
     void showContactWindow();
     void showAbout();
     void onApplicationStateChanged(Qt::ApplicationState state);
+    void openHandedOverFiles();
 
     Platform &m_platform;
     TarnUsageLogger &m_logger;
@@ -68,4 +73,6 @@ private:
     MainMenu *m_menu = nullptr;
     QPointer<MainWindow> m_window;
     QPointer<ContactWindow> m_contact;
+    QStringList m_handedOver;
+    bool m_handOverScheduled = false;
 };

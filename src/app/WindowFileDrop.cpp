@@ -47,7 +47,9 @@ bool WindowFileDrop::eventFilter(QObject *watched, QEvent *event)
     case QEvent::DragEnter:
     case QEvent::DragMove: {
         auto *drag = static_cast<QDragMoveEvent *>(event);
-        if (!belongsToWindow(watched) || !drag->mimeData()->hasUrls())
+        // Only local files are the window's: web links and text go on to the widget below (the
+        // editor inserts them), and the editor never sees a file as text to insert.
+        if (!belongsToWindow(watched) || fileURLs(drag->mimeData()).isEmpty())
             return false;
         drag->setDropAction(Qt::CopyAction);
         drag->accept();
@@ -55,15 +57,13 @@ bool WindowFileDrop::eventFilter(QObject *watched, QEvent *event)
     }
     case QEvent::Drop: {
         auto *drop = static_cast<QDropEvent *>(event);
-        if (!belongsToWindow(watched) || !drop->mimeData()->hasUrls())
+        const QList<QUrl> urls = fileURLs(drop->mimeData());
+        if (!belongsToWindow(watched) || urls.isEmpty())
             return false;
         drop->setDropAction(Qt::CopyAction);
         drop->accept();
-        const QList<QUrl> urls = fileURLs(drop->mimeData());
         // The drag source waits for this event to return; open the files afterwards.
-        if (!urls.isEmpty()) {
-            QTimer::singleShot(0, this, [this, urls] { m_handler(urls); });
-        }
+        QTimer::singleShot(0, this, [this, urls] { m_handler(urls); });
         return true;
     }
     default:

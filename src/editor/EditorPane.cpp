@@ -21,6 +21,7 @@
 #include <QPropertyAnimation>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QTextDocument>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -66,13 +67,34 @@ EditorPane::EditorPane(QWidget *parent)
     m_actions->onChange = [this](const QString &text) {
         QTimer::singleShot(0, this, [this, text] {
             if (m_document && m_adapter->text() == text &&
-                m_document->draft() != LineEndings::fromView(text, m_lineEnding))
+                m_document->draft() != m_lineBreaks.update(text))
                 pushDraft();
         });
     };
 
     connect(m_textView, &QPlainTextEdit::textChanged, this, &EditorPane::onTextChanged);
+    // Undo reports reaching the loaded text only after its text change: take that text back
+    // exactly then, line endings and all.
+    connect(m_textView->document(), &QTextDocument::modificationChanged, this,
+            [this](bool changed) {
+                if (!changed && !m_applyingDocument)
+                    pushDraft();
+            });
     connect(m_toolbar, &EditorToolbar::findRequested, this, &EditorPane::openFindPanel);
+    connect(m_textView, &TarnEditorTextView::formattingRequested, this,
+            [this](TarnEditorTextView::Formatting command) {
+                switch (command) {
+                case TarnEditorTextView::Formatting::bold:
+                    m_actions->bold();
+                    break;
+                case TarnEditorTextView::Formatting::italic:
+                    m_actions->italic();
+                    break;
+                case TarnEditorTextView::Formatting::link:
+                    m_actions->link();
+                    break;
+                }
+            });
     connect(m_toolbar, &EditorToolbar::saveRequested, this, [this] {
         if (m_document)
             emit saveRequested(m_document);
@@ -105,8 +127,15 @@ void EditorPane::setDocument(TarnDocument *document)
             if (!m_pushingDraft)
                 applyDocumentText(false);
         });
-        connect(document, &TarnDocument::isDirtyChanged, this,
-                [this] { m_toolbar->setDirty(m_document && m_document->isDirty()); });
+        connect(document, &TarnDocument::isDirtyChanged, this, [this] {
+            const bool dirty = m_document && m_document->isDirty();
+            m_toolbar->setDirty(dirty);
+            // Saved: undoing back to this point is clean again.
+            if (m_document && !dirty) {
+                m_loadedDraft = m_document->draft();
+                m_textView->document()->setModified(false);
+            }
+        });
         connect(document, &QObject::destroyed, this, [this] { setDocument(nullptr); });
     }
     // Without a document there is nothing to format or save into.
@@ -119,16 +148,18 @@ void EditorPane::setDocument(TarnDocument *document)
 void EditorPane::applyDocumentText(bool force)
 {
     const QString draft = m_document ? m_document->draft() : QString();
-    const QString viewText = LineEndings::toView(draft);
-    // Typing does not come back through here: the text only differs after switching documents,
-    // discarding the draft or reloading, and only then is it replaced.
-    if (!force && m_adapter->text() == viewText)
+    // Typing does not come back through here: the draft only differs from the view after
+    // switching documents, discarding the draft or reloading, and only then is it replaced.
+    if (!force && draft == m_lineBreaks.update(m_adapter->text()))
         return;
-    m_lineEnding = LineEndings::detect(draft);
+    const QString viewText = m_lineBreaks.reset(draft);
     {
         const QScopedValueRollback applying(m_applyingDocument, true);
         m_adapter->setWholeText(viewText);
     }
+    // Undoing back to here brings back exactly this text, line endings and all.
+    m_loadedDraft = draft;
+    m_textView->document()->setModified(false);
     m_actions->refreshSearchState(false, false);
 }
 
@@ -145,7 +176,12 @@ void EditorPane::pushDraft()
     if (!m_document)
         return;
     const QScopedValueRollback pushing(m_pushingDraft, true);
-    m_document->updateDraft(LineEndings::fromView(m_adapter->text(), m_lineEnding));
+    if (!m_textView->document()->isModified()) {
+        m_lineBreaks.reset(m_loadedDraft);
+        m_document->updateDraft(m_loadedDraft);
+        return;
+    }
+    m_document->updateDraft(m_lineBreaks.update(m_adapter->text()));
 }
 
 bool EditorPane::showReplaceControls() const

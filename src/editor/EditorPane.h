@@ -75,7 +75,8 @@ private:
     QParallelAnimationGroup *m_panelAnimation = nullptr;
 
     TarnTheme m_theme = TarnTheme::businessBlue;
-    LineEnding m_lineEnding = LineEnding::lf;
+    DraftLineBreaks m_lineBreaks;
+    QString m_loadedDraft; // the draft the view was last filled with
     bool m_showFindPanel = false;
     int m_findFocusToken = 0;
     bool m_applyingDocument = false;

@@ -40,15 +40,15 @@ EditorToolbar::EditorToolbar(MarkdownEditorActions *actions, QWidget *parent)
         QString help;
         void (MarkdownEditorActions::*command)();
     } commands[] = {
-        {"boldButton", "bold", QStringLiteral("B"), QStringLiteral("加粗"),
+        {"boldButton", "bold", QStringLiteral("B"), QStringLiteral("加粗 (Ctrl+B)"),
          &MarkdownEditorActions::bold},
-        {"italicButton", "italic", QStringLiteral("I"), QStringLiteral("斜体"),
+        {"italicButton", "italic", QStringLiteral("I"), QStringLiteral("斜体 (Ctrl+I)"),
          &MarkdownEditorActions::italic},
         {"taskListButton", "list-checks", QStringLiteral("☑"), QStringLiteral("任务列表"),
          &MarkdownEditorActions::taskList},
         {"quoteButton", "quote", QStringLiteral("❝"), QStringLiteral("引用"),
          &MarkdownEditorActions::quote},
-        {"linkButton", "link", QStringLiteral("🔗"), QStringLiteral("插入链接"),
+        {"linkButton", "link", QStringLiteral("🔗"), QStringLiteral("插入链接 (Ctrl+K)"),
          &MarkdownEditorActions::link},
         {"ruleButton", "minus", QStringLiteral("—"), QStringLiteral("分割线"),
          &MarkdownEditorActions::horizontalRule},

@@ -1,53 +1,84 @@
-// Detecting and restoring a document's line endings.
+// Remembering each line break's form across edits in the view.
 #include "LineEndings.h"
 
-LineEnding LineEndings::detect(QStringView text)
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr QStringView lf = u"\n";
+constexpr QStringView crlf = u"\r\n";
+constexpr QStringView cr = u"\r";
+
+qsizetype countBreaks(QStringView text)
 {
-    qsizetype crlf = 0;
-    qsizetype cr = 0;
-    qsizetype lf = 0;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text[i] == u'\r') {
-            if (i + 1 < text.size() && text[i + 1] == u'\n') {
-                ++crlf;
-                ++i;
-            } else {
-                ++cr;
+    return text.count(u'\n');
+}
+
+} // namespace
+
+QString DraftLineBreaks::reset(const QString &draft)
+{
+    m_forms.clear();
+    QString view;
+    view.reserve(draft.size());
+    std::array<qsizetype, 3> counts{}; // lf, crlf, cr
+    for (qsizetype i = 0; i < draft.size(); ++i) {
+        const QChar c = draft[i];
+        if (c == u'\r') {
+            const bool pair = i + 1 < draft.size() && draft[i + 1] == u'\n';
+            m_forms.push_back(pair ? crlf : cr);
+            ++counts[pair ? 1 : 2];
+            i += pair;
+            view += u'\n';
+        } else {
+            if (c == u'\n') {
+                m_forms.push_back(lf);
+                ++counts[0];
             }
-        } else if (text[i] == u'\n') {
-            ++lf;
+            view += c;
         }
     }
-    if (crlf > 0 && cr == 0 && lf == 0)
-        return LineEnding::crlf;
-    if (cr > 0 && crlf == 0 && lf == 0)
-        return LineEnding::cr;
-    return LineEnding::lf;
+    // The most frequent form; on a tie the earliest of LF, CRLF, CR.
+    const auto most = std::max_element(counts.begin(), counts.end()) - counts.begin();
+    m_usual = most == 1 ? crlf : most == 2 ? cr : lf;
+    m_viewText = view;
+    return view;
 }
 
-QString LineEndings::toView(const QString &text)
+QString DraftLineBreaks::update(const QString &viewText)
 {
-    if (!text.contains(u'\r'))
-        return text;
-    QString result = text;
-    result.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    result.replace(u'\r', u'\n');
-    return result;
-}
+    const QStringView before(m_viewText);
+    const QStringView after(viewText);
+    const qsizetype shorter = std::min(before.size(), after.size());
+    qsizetype prefix = 0;
+    while (prefix < shorter && before[prefix] == after[prefix])
+        ++prefix;
+    qsizetype suffix = 0;
+    while (suffix < shorter - prefix &&
+           before[before.size() - 1 - suffix] == after[after.size() - 1 - suffix])
+        ++suffix;
 
-QString LineEndings::fromView(const QString &text, LineEnding ending)
-{
-    switch (ending) {
-    case LineEnding::crlf: {
-        QString result = text;
-        return result.replace(u'\n', QStringLiteral("\r\n"));
+    const qsizetype keptAtStart = countBreaks(before.first(prefix));
+    const qsizetype keptAtEnd = countBreaks(before.last(suffix));
+    const qsizetype added = countBreaks(after.sliced(prefix, after.size() - prefix - suffix));
+    std::vector<QStringView> forms;
+    forms.reserve(std::size_t(keptAtStart + added + keptAtEnd));
+    forms.insert(forms.end(), m_forms.begin(), m_forms.begin() + keptAtStart);
+    forms.insert(forms.end(), std::size_t(added), m_usual);
+    forms.insert(forms.end(), m_forms.end() - keptAtEnd, m_forms.end());
+    m_forms = std::move(forms);
+    m_viewText = viewText;
+
+    QString draft;
+    draft.reserve(viewText.size() + qsizetype(m_forms.size()));
+    qsizetype from = 0;
+    for (const QStringView form : m_forms) {
+        const qsizetype at = viewText.indexOf(u'\n', from);
+        draft += after.sliced(from, at - from);
+        draft += form;
+        from = at + 1;
     }
-    case LineEnding::cr: {
-        QString result = text;
-        return result.replace(u'\n', u'\r');
-    }
-    case LineEnding::lf:
-        break;
-    }
-    return text;
+    draft += after.sliced(from);
+    return draft;
 }

@@ -167,17 +167,24 @@ void MarkdownEditorActions::replaceAll()
                                      {QStringLiteral("全部替换"), QStringLiteral("取消")});
     if (answer != 0 || !m_textView)
         return;
+    // The dialog ran an event loop of its own, in which the text may have changed: replace
+    // what matches now, not what matched when the question was asked.
+    const QList<EditorRange> current = matchRanges();
+    if (current.isEmpty()) {
+        refreshSearchState(false, false);
+        return;
+    }
 
     // Built front to back, which gives the same text as replacing from the last match to the
     // first; ranges that no longer fit the text are skipped.
     const QString old = view->text();
     QString result;
     result.reserve(std::max<qsizetype>(
-        0, old.size() + matches.size() * (m_replaceText.size() - matches.first().length)));
+        0, old.size() + current.size() * (m_replaceText.size() - current.first().length)));
     int copied = 0;
     int firstChanged = -1;
     int lastChangedEnd = 0;
-    for (const EditorRange &match : matches) {
+    for (const EditorRange &match : current) {
         if (match.location < copied || match.end() > old.size())
             continue;
         result += QStringView(old).mid(copied, match.location - copied);

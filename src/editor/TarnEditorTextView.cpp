@@ -44,13 +44,33 @@ bool TarnEditorTextView::isFindShortcut(const QKeyEvent *event)
     return modifiers == Qt::ControlModifier && event->key() == Qt::Key_F;
 }
 
+std::optional<TarnEditorTextView::Formatting>
+TarnEditorTextView::formattingShortcut(const QKeyEvent *event)
+{
+    if ((event->modifiers() & ~Qt::KeypadModifier) != Qt::ControlModifier)
+        return std::nullopt;
+    switch (event->key()) {
+    case Qt::Key_B:
+        return Formatting::bold;
+    case Qt::Key_I:
+        return Formatting::italic;
+    case Qt::Key_K:
+        return Formatting::link;
+    default:
+        return std::nullopt;
+    }
+}
+
 bool TarnEditorTextView::event(QEvent *event)
 {
-    // Claim Ctrl+F before an application shortcut does, so it is handled once, here.
-    if (event->type() == QEvent::ShortcutOverride &&
-        isFindShortcut(static_cast<QKeyEvent *>(event))) {
-        event->accept();
-        return true;
+    // Claim Ctrl+F before an application shortcut does, so it is handled once, here; and the
+    // formatting keys before the text view's own bindings (Ctrl+K deletes to the line's end).
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (isFindShortcut(key) || formattingShortcut(key)) {
+            event->accept();
+            return true;
+        }
     }
     return QPlainTextEdit::event(event);
 }
@@ -60,6 +80,21 @@ void TarnEditorTextView::keyPressEvent(QKeyEvent *event)
     if (isFindShortcut(event)) {
         emit EditorNotifications::instance()->showEditorFind();
         event->accept();
+        return;
+    }
+    if (const auto command = formattingShortcut(event)) {
+        emit formattingRequested(*command);
+        event->accept();
+        return;
+    }
+    // Shift+Return would insert Qt's line separator (U+2028), which is no line break in a file
+    // and which the reader does not break at: every Return makes a new line.
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) &&
+        (event->modifiers() & Qt::ShiftModifier)) {
+        QKeyEvent plain(event->type(), event->key(), event->modifiers() & ~Qt::ShiftModifier,
+                        event->text(), event->isAutoRepeat(), ushort(event->count()));
+        QPlainTextEdit::keyPressEvent(&plain);
+        event->setAccepted(plain.isAccepted());
         return;
     }
     QPlainTextEdit::keyPressEvent(event);

@@ -1,7 +1,10 @@
-// The editor's plain, monospaced text view; Ctrl+F in it opens the find panel.
+// The editor's plain, monospaced text view; Ctrl+F in it opens the find panel, Ctrl+B, Ctrl+I and
+// Ctrl+K ask for the formatting commands.
 #pragma once
 
 #include <QPlainTextEdit>
+
+#include <optional>
 
 class TarnEditorTextView : public QPlainTextEdit
 {
@@ -12,6 +15,18 @@ public:
 
     // True for exactly Ctrl+F: no Shift, Alt or Meta alongside.
     static bool isFindShortcut(const QKeyEvent *event);
+
+    enum class Formatting
+    {
+        bold,
+        italic,
+        link
+    };
+    // Exactly Ctrl+B, Ctrl+I or Ctrl+K.
+    static std::optional<Formatting> formattingShortcut(const QKeyEvent *event);
+
+signals:
+    void formattingRequested(TarnEditorTextView::Formatting command);
 
 protected:
     bool event(QEvent *event) override;

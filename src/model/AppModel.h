@@ -142,9 +142,14 @@ public:
     void exportSelectedDocumentAsPDF();
     void revealUsageLog();
 
-    // Accepted by openURLs: "md", "markdown", "mdown", "txt", compared in lower case.
-    static bool isOpenableExtension(const QString &path);
+    // What Tarn opens as a document: a file with one of documentExtensions() (any case), or one
+    // the MIME database calls Markdown or plain text. The open and save panels offer the same.
+    static bool isDocumentFile(const QString &path);
+    static const QStringList &documentExtensions();
+    static QString documentNameFilter();
     static QString pathExtension(const QString &path);
+    // The chosen file with ".suffix" added when its name has no extension.
+    static QUrl withDefaultSuffix(const QUrl &url, const QString &suffix);
 
 signals:
     void tabsChanged();
@@ -174,7 +179,7 @@ private:
     void selectAndReset(const QUuid &id);
     void appendTab(TarnDocument *document);
     std::optional<QUrl> runExportPanel(TarnDocument *document, const QString &title,
-                                       const QString &extension, const QString &mimeType,
+                                       const QString &extension, const QString &nameFilter,
                                        const QString &cancelEvent);
     QString exportedPage(TarnDocument *document) const;
     void finishPdfExport(const QString &file, const QString &output, bool ok, const QString &error);

@@ -10,15 +10,18 @@
 #include <QPointer>
 
 std::optional<QUrl> AppModel::runExportPanel(TarnDocument *document, const QString &title,
-                                             const QString &extension, const QString &mimeType,
+                                             const QString &extension, const QString &nameFilter,
                                              const QString &cancelEvent)
 {
     SavePanelOptions options;
     options.title = title;
     options.suggestedName = document->title() + QLatin1Char('.') + extension;
-    options.allowedMimeTypes = {mimeType};
-    const std::optional<QUrl> chosen = m_platform.runSavePanel(options);
-    if (!chosen)
+    options.nameFilters = {nameFilter};
+    options.defaultSuffix = extension;
+    std::optional<QUrl> chosen = m_platform.runSavePanel(options);
+    if (chosen)
+        chosen = withDefaultSuffix(*chosen, extension);
+    else
         log(cancelEvent, {{QStringLiteral("file"), document->fileName()}});
     return chosen;
 }
@@ -44,7 +47,7 @@ void AppModel::exportSelectedDocumentAsHTML()
         return;
     const auto chosen =
         runExportPanel(document, QStringLiteral("导出 HTML"), QStringLiteral("html"),
-                       QStringLiteral("text/html"), QStringLiteral("export.html.cancelled"));
+                       QStringLiteral("HTML (*.html)"), QStringLiteral("export.html.cancelled"));
     if (!chosen)
         return;
     const QString html = exportedPage(document);
@@ -69,7 +72,7 @@ void AppModel::exportSelectedDocumentAsPDF()
         return;
     const auto chosen =
         runExportPanel(document, QStringLiteral("导出 PDF"), QStringLiteral("pdf"),
-                       QStringLiteral("application/pdf"), QStringLiteral("export.pdf.cancelled"));
+                       QStringLiteral("PDF (*.pdf)"), QStringLiteral("export.pdf.cancelled"));
     if (!chosen)
         return;
     const QString html = exportedPage(document);

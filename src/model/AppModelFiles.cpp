@@ -6,11 +6,9 @@
 #include "TarnUsageLogger.h"
 #include "TextFileReader.h"
 
-namespace {
+#include <QMimeDatabase>
 
-// What the open and save-as panels accept: Markdown and plain text.
-const QStringList documentMimeTypes = {QStringLiteral("text/markdown"),
-                                       QStringLiteral("text/plain")};
+namespace {
 
 QString fileNameOf(const QUrl &url)
 {
@@ -29,11 +27,39 @@ QString AppModel::pathExtension(const QString &path)
     return name.mid(dot + 1);
 }
 
-bool AppModel::isOpenableExtension(const QString &path)
+const QStringList &AppModel::documentExtensions()
 {
-    static const QStringList accepted = {QStringLiteral("md"), QStringLiteral("markdown"),
-                                         QStringLiteral("mdown"), QStringLiteral("txt")};
-    return accepted.contains(pathExtension(path).toLower());
+    static const QStringList extensions = {QStringLiteral("md"),    QStringLiteral("markdown"),
+                                           QStringLiteral("mdown"), QStringLiteral("mkd"),
+                                           QStringLiteral("mkdn"),  QStringLiteral("txt")};
+    return extensions;
+}
+
+QString AppModel::documentNameFilter()
+{
+    QStringList patterns;
+    for (const QString &extension : documentExtensions())
+        patterns << QStringLiteral("*.") + extension;
+    return QStringLiteral("Markdown 与文本文件 (%1)").arg(patterns.join(u' '));
+}
+
+bool AppModel::isDocumentFile(const QString &path)
+{
+    if (documentExtensions().contains(pathExtension(path).toLower()))
+        return true;
+    // Anything else only when the MIME database, by name or by content, calls it Markdown or
+    // plain text (a README, say); source code and the like are text too, but not documents.
+    static const QMimeDatabase database;
+    const QMimeType type = database.mimeTypeForFile(path);
+    return type.name() == QLatin1String("text/plain") ||
+           type.inherits(QStringLiteral("text/markdown"));
+}
+
+QUrl AppModel::withDefaultSuffix(const QUrl &url, const QString &suffix)
+{
+    if (!url.isLocalFile() || !pathExtension(url.toLocalFile()).isEmpty())
+        return url;
+    return QUrl::fromLocalFile(url.toLocalFile() + QLatin1Char('.') + suffix);
 }
 
 void AppModel::presentOpenPanel()
@@ -45,8 +71,17 @@ void AppModel::presentOpenPanel()
     options.allowsMultipleSelection = true;
     options.canChooseFiles = true;
     options.canChooseDirectories = false;
-    options.allowedMimeTypes = documentMimeTypes;
+    options.nameFilters = {documentNameFilter(), QStringLiteral("所有文件 (*)")};
     const QList<QUrl> chosen = m_platform.runOpenPanel(options);
+    // A file picked under "all files" that Tarn cannot show is said so, not silently dropped.
+    QStringList refused;
+    for (const QUrl &url : chosen) {
+        if (!url.isLocalFile() || !isDocumentFile(url.toLocalFile()))
+            refused << fileNameOf(url);
+    }
+    if (!refused.isEmpty())
+        showAlert(QStringLiteral("打开失败"),
+                  QStringLiteral("Tarn 只能打开 Markdown 和纯文本文件：\n") + refused.join(u'\n'));
     if (!chosen.isEmpty())
         openURLs(chosen, true);
 }
@@ -55,7 +90,7 @@ void AppModel::openURLs(const QList<QUrl> &urls, bool alreadyConfirmed)
 {
     QList<QUrl> accepted;
     for (const QUrl &url : urls) {
-        if (url.isLocalFile() && isOpenableExtension(url.toLocalFile()))
+        if (url.isLocalFile() && isDocumentFile(url.toLocalFile()))
             accepted.append(url);
     }
     if (accepted.isEmpty())
@@ -145,8 +180,11 @@ bool AppModel::saveDocumentAs(TarnDocument *document)
     SavePanelOptions options;
     options.title = QStringLiteral("另存为 Markdown 文件");
     options.suggestedName = document->fileName();
-    options.allowedMimeTypes = documentMimeTypes;
-    const std::optional<QUrl> chosen = m_platform.runSavePanel(options);
+    options.nameFilters = {QStringLiteral("Markdown (*.md)")};
+    options.defaultSuffix = QStringLiteral("md");
+    std::optional<QUrl> chosen = m_platform.runSavePanel(options);
+    if (chosen)
+        chosen = withDefaultSuffix(*chosen, options.defaultSuffix);
     if (!chosen) {
         log(QStringLiteral("file.save_as.cancelled"),
             {{QStringLiteral("file"), document->fileName()}});

@@ -33,7 +33,7 @@ void AppModel::openLink(const QUrl &url, TarnDocument *fromDocument)
         return;
     }
     log(QStringLiteral("link.open.local"), metadata);
-    if (!info.isDir() && isOpenableExtension(path))
+    if (!info.isDir() && isDocumentFile(path))
         openURLs({standardized}, false);
     else
         m_platform.openWithDefaultHandler(standardized);

@@ -15,14 +15,15 @@ struct OpenPanelOptions
     bool allowsMultipleSelection = false;
     bool canChooseFiles = true;
     bool canChooseDirectories = false;
-    QStringList allowedMimeTypes; // empty: any file
+    QStringList nameFilters; // "Label (*.a *.b)" each; the first is preselected; empty: any file
 };
 
 struct SavePanelOptions
 {
     QString title;
     QString suggestedName; // preset in the name field
-    QStringList allowedMimeTypes;
+    QStringList nameFilters;
+    QString defaultSuffix; // added to a typed name that has no extension
 };
 
 enum class AlertStyle

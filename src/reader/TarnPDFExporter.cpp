@@ -78,10 +78,9 @@ bool isNumber(const QVariant &value)
 } // namespace
 
 void TarnPDFExporter::exportPdf(const QString &html, const QUrl &baseURL, const QUrl &outputURL,
-                                Completion completion)
+                                Completion completion, TarnUsageLogger *logger)
 {
-    auto *exporter = new TarnPDFExporter(html, baseURL, outputURL, std::move(completion),
-                                         TarnUsageLogger::shared());
+    auto *exporter = new TarnPDFExporter(html, baseURL, outputURL, std::move(completion), logger);
     exporters().append(exporter);
     exporter->start();
 }
@@ -101,7 +100,7 @@ QPageLayout TarnPDFExporter::pageLayout(double width, double height)
 }
 
 TarnPDFExporter::TarnPDFExporter(const QString &html, const QUrl &baseURL, const QUrl &outputURL,
-                                 Completion completion, TarnUsageLogger &logger)
+                                 Completion completion, TarnUsageLogger *logger)
     : m_html(html)
     , m_baseURL(baseURL)
     , m_outputURL(outputURL)
@@ -140,16 +139,14 @@ void TarnPDFExporter::waitForReadyAndExport(int attemptsRemaining)
                        if (m_completed)
                            return;
                        if (!outcome.ok) {
-                           m_logger.log(QStringLiteral("export.pdf.ready_check_failed"),
-                                        {{QStringLiteral("output"), outputPath(m_outputURL)},
-                                         {QStringLiteral("error"), outcome.errorString}});
+                           log(QStringLiteral("export.pdf.ready_check_failed"),
+                               outcome.errorString);
                            measureAndExport();
                            return;
                        }
                        // The last test always counts as a timeout, even when it says ready.
                        if (attemptsRemaining <= 0) {
-                           m_logger.log(QStringLiteral("export.pdf.ready_timeout"),
-                                        {{QStringLiteral("output"), outputPath(m_outputURL)}});
+                           log(QStringLiteral("export.pdf.ready_timeout"));
                            measureAndExport();
                            return;
                        }
@@ -165,19 +162,17 @@ void TarnPDFExporter::waitForReadyAndExport(int attemptsRemaining)
 
 void TarnPDFExporter::measureAndExport()
 {
-    evaluateScript(m_webView->page(), QString::fromLatin1(ReaderScripts::heightMeasurement), this,
-                   [this](const ScriptOutcome &outcome) {
-                       if (m_completed)
-                           return;
-                       if (!outcome.ok)
-                           m_logger.log(QStringLiteral("export.pdf.height_measure_failed"),
-                                        {{QStringLiteral("output"), outputPath(m_outputURL)},
-                                         {QStringLiteral("error"), outcome.errorString}});
-                       const double height = outcome.ok && isNumber(outcome.value)
-                                                 ? outcome.value.toDouble()
-                                                 : double(minimumPageHeight);
-                       printPage(height);
-                   });
+    evaluateScript(
+        m_webView->page(), QString::fromLatin1(ReaderScripts::heightMeasurement), this,
+        [this](const ScriptOutcome &outcome) {
+            if (m_completed)
+                return;
+            if (!outcome.ok)
+                log(QStringLiteral("export.pdf.height_measure_failed"), outcome.errorString);
+            const double height = outcome.ok && isNumber(outcome.value) ? outcome.value.toDouble()
+                                                                        : double(minimumPageHeight);
+            printPage(height);
+        });
 }
 
 void TarnPDFExporter::printPage(double measuredHeight)
@@ -233,4 +228,14 @@ void TarnPDFExporter::finish(const PdfExportResult &result)
     exporters().removeOne(this);
     // The view may be in the middle of delivering this very callback; release it afterwards.
     deleteLater();
+}
+
+void TarnPDFExporter::log(const QString &event, const std::optional<QString> &error)
+{
+    if (!m_logger)
+        return;
+    QMap<QString, QString> metadata{{QStringLiteral("output"), outputPath(m_outputURL)}};
+    if (error)
+        metadata.insert(QStringLiteral("error"), *error);
+    m_logger->log(event, metadata);
 }

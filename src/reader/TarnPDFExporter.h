@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class QWebEngineView;
 class ReaderPageLoader;
@@ -29,9 +30,10 @@ public:
     static constexpr int readinessIntervalMs = 100;
 
     // Returns at once. `completion` runs once, on the main thread, with success or the first
-    // error; a page that never finishes loading never completes. Needs a QApplication.
+    // error; a page that never finishes loading never completes. Needs a QApplication. Problems
+    // along the way go to `logger`, or nowhere when it is null (command-line conversions).
     static void exportPdf(const QString &html, const QUrl &baseURL, const QUrl &outputURL,
-                          Completion completion);
+                          Completion completion, TarnUsageLogger *logger);
 
     // The exports still running in this process; each keeps itself and its view alive here.
     static const QList<TarnPDFExporter *> &activeExporters();
@@ -43,7 +45,7 @@ public:
 
 private:
     TarnPDFExporter(const QString &html, const QUrl &baseURL, const QUrl &outputURL,
-                    Completion completion, TarnUsageLogger &logger);
+                    Completion completion, TarnUsageLogger *logger);
 
     void start();
     void waitForReadyAndExport(int attemptsRemaining);
@@ -51,12 +53,13 @@ private:
     void printPage(double measuredHeight);
     void writePdf(const QByteArray &pdf);
     void finish(const PdfExportResult &result);
+    void log(const QString &event, const std::optional<QString> &error = std::nullopt);
 
     QString m_html;
     QUrl m_baseURL;
     QUrl m_outputURL;
     Completion m_completion;
-    TarnUsageLogger &m_logger;
+    TarnUsageLogger *m_logger;
     std::unique_ptr<QWebEngineView> m_webView;
     ReaderPageLoader *m_loader = nullptr;
     bool m_completed = false;
