@@ -34,6 +34,21 @@ QColor currentMatchColor(bool dark)
     return color;
 }
 
+// Closes a command's edit block so that what is typed next is an undo step of its own: Qt merges
+// an insertion typed right after a block that ended with an insertion into that block.
+class StepBoundary : public QAbstractUndoItem
+{
+public:
+    void undo() override {}
+    void redo() override {}
+};
+
+void endCommandBlock(QTextCursor &cursor)
+{
+    cursor.document()->appendUndoItem(new StepBoundary);
+    cursor.endEditBlock();
+}
+
 } // namespace
 
 PlainTextEditView::PlainTextEditView(QPlainTextEdit *edit)
@@ -98,7 +113,7 @@ void PlainTextEditView::insertText(const QString &text, EditorRange replacing)
     cursor.setPosition(clampToText(replacing.end()), QTextCursor::KeepAnchor);
     cursor.beginEditBlock();
     cursor.insertText(text);
-    cursor.endEditBlock();
+    endCommandBlock(cursor);
     m_edit->setTextCursor(cursor);
     m_edit->ensureCursorVisible();
 }
@@ -115,7 +130,7 @@ bool PlainTextEditView::replaceUndoably(EditorRange range, const QString &text)
     cursor.setPosition(clampToText(range.end()), QTextCursor::KeepAnchor);
     cursor.beginEditBlock();
     cursor.insertText(text);
-    cursor.endEditBlock();
+    endCommandBlock(cursor);
     setSelection(selected);
     m_edit->verticalScrollBar()->setValue(scrolled);
     return true;
