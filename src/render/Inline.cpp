@@ -37,11 +37,25 @@ u16v group2(u16v s, const Match &match)
     return s.substr(match.g2Begin, match.g2End - match.g2Begin);
 }
 
+// The scheme as a browser reads it: it drops ASCII tab, LF and CR anywhere and C0 controls and
+// spaces in front, so "java<TAB>script:" would run as "javascript:".
+bool isScriptAddress(u16v address)
+{
+    u16 scheme;
+    for (const char16_t c : address) {
+        if (c == u'\t' || c == u'\n' || c == u'\r' || (scheme.empty() && c <= 0x20))
+            continue;
+        scheme.push_back(c);
+        if (scheme.size() == 64)
+            break;
+    }
+    return toLowerFull(scheme).starts_with(u"javascript:");
+}
+
 void appendAddress(u16 &out, u16v raw)
 {
-    const u16v address = trimmedWide(raw);
-    const u16 lowered = toLowerFull(address.substr(0, std::min<std::size_t>(address.size(), 64)));
-    if (lowered.starts_with(u"javascript:"))
+    const u16v address = trimmedAddress(raw);
+    if (isScriptAddress(address))
         appendEscapedAttribute(out, u"#");
     else
         appendEscapedAttribute(out, address);

@@ -30,6 +30,8 @@ bool startsWithChars(u16v s, u16v prefix);
 
 u16v trimmed(u16v s);
 u16v trimmedWide(u16v s);
+// Trims a link or image address.
+u16v trimmedAddress(u16v s);
 
 void replaceAll(u16 &s, u16v from, u16v to);
 void appendEscapedHTML(u16 &out, u16v text);

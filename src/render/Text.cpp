@@ -84,6 +84,12 @@ u16v trimmedWide(u16v s)
     return trimWith(s, isWhitespaceOrLineBreak);
 }
 
+u16v trimmedAddress(u16v s)
+{
+    // Category Z, U+000A to U+000D and U+0085: a tab is not in it, so a leading tab stays.
+    return trimWith(s, [](char32_t c) { return c != u'\t' && isWhitespaceOrLineBreak(c); });
+}
+
 void replaceAll(u16 &s, u16v from, u16v to)
 {
     std::size_t at = s.find(from);

@@ -44,6 +44,8 @@ void RenderTest::renderInline_data()
     QTest::newRow("double escaped ampersand") << "[page](list.html?a=1&b=2)" << "<a href=\"list.html?a=1&amp;amp;b=2\">page</a>";
     QTest::newRow("javascript address") << "[x](JavaScript:alert(1))" << "<a href=\"#\">x</a>)";
     QTest::newRow("javascript after spaces") << "[x]( javascript:a)" << "<a href=\"#\">x</a>";
+    QTest::newRow("scheme split by tab or CR") << "[a](java\tscript:x) [b](JAVA\rSCRIPT:y)" << "<a href=\"#\">a</a> <a href=\"#\">b</a>";
+    QTest::newRow("leading tab kept, ignored by the check") << "[a](\tjavascript:x) [b](\tb.md)" << "<a href=\"#\">a</a> <a href=\"\tb.md\">b</a>";
     QTest::newRow("empty link text") << "[]()" << "[]()";
     QTest::newRow("empty address") << "[a]()" << "[a]()";
     QTest::newRow("image inside link") << "[![i](a.png)](b.html)" << "<a href=\"b.html\"><img alt=\"i\" src=\"a.png\"></a>";
