@@ -1,11 +1,13 @@
 // Loads a tiny document with the base URL, then writes the real page into it.
 #include "ReaderPageLoader.h"
 
+#include "ReaderRequestFilter.h"
 #include "ReaderScripts.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QWebEnginePage>
+#include <QWebEngineSettings>
 
 namespace {
 
@@ -39,10 +41,17 @@ ReaderPageLoader::ReaderPageLoader(QWebEnginePage *page, QObject *parent)
     : QObject(parent)
     , m_page(page)
 {
+    // Documents are untrusted: a script in one may not read other local files, reach the
+    // network or open windows. The engine's own switch for file access would also stop the
+    // document's images, so requests are filtered instead.
+    page->setUrlRequestInterceptor(new ReaderRequestFilter(this));
+    QWebEngineSettings *settings = page->settings();
+    settings->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, false);
+    settings->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
     connect(page, &QWebEnginePage::loadFinished, this, &ReaderPageLoader::onShellLoadFinished);
     connect(page, &QWebEnginePage::renderProcessTerminated, this, [this] {
         if (isLoading())
-            fail(tr("the page's render process ended"));
+            fail(QStringLiteral("页面的渲染进程意外结束。"));
     });
 }
 
@@ -75,7 +84,7 @@ void ReaderPageLoader::onShellLoadFinished(bool ok)
         // An abandoned shell also ends with !ok; a newer shell may still be on its way.
         if (m_page && m_page->isLoading())
             return;
-        fail(tr("the page could not be loaded"));
+        fail(QStringLiteral("页面无法载入。"));
         return;
     }
     writePage();
@@ -96,7 +105,7 @@ void ReaderPageLoader::writePage()
                 return;
             }
             if (!written.toBool()) {
-                self->fail(tr("the page could not be written"));
+                self->fail(QStringLiteral("页面无法写入。"));
                 return;
             }
             self->m_state = State::Idle;

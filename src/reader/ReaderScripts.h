@@ -5,9 +5,12 @@
 
 namespace ReaderScripts {
 
-// True once the reader script has finished starting up, and on pages without it.
+// True once the page's resources are in (images with their sizes, so positions and heights are
+// final) and the reader script has finished starting up; pages without the script need only
+// the former.
 inline constexpr char readinessTest[] =
-    "Boolean(window.tarnReadyDone || typeof window.tarnReady === \"undefined\");";
+    "document.readyState === \"complete\" &&\n"
+    "  Boolean(window.tarnReadyDone || typeof window.tarnReady === \"undefined\");";
 
 // The full height of the page in CSS pixels.
 inline constexpr char heightMeasurement[] =

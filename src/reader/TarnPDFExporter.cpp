@@ -26,11 +26,10 @@ QList<TarnPDFExporter *> &exporters()
     return list;
 }
 
-// The stylesheet's print rules narrow the text column, so the printed page can be taller than
-// the one on screen. This measures the page with those rules applied as screen rules, then
-// takes them away again.
-constexpr char printedHeightScript[] = R"JS((() => {
-  const printRules = [];
+// The PDF shows the page as the reader does: the stylesheet's print rules (white body, narrower
+// column) are taken out of this page before it is measured and printed. The page text itself is
+// not changed; only the engine's parsed rules are.
+constexpr char screenRulesOnlyScript[] = R"JS((() => {
   for (const sheet of Array.from(document.styleSheets)) {
     let rules;
     try {
@@ -38,21 +37,15 @@ constexpr char printedHeightScript[] = R"JS((() => {
     } catch (error) {
       continue;
     }
-    for (const rule of Array.from(rules)) {
+    for (let i = rules.length - 1; i >= 0; i -= 1) {
+      const rule = rules[i];
       if (rule instanceof CSSMediaRule &&
           Array.from(rule.media).some((medium) => medium.trim().toLowerCase() === "print")) {
-        for (const inner of Array.from(rule.cssRules)) printRules.push(inner.cssText);
+        sheet.deleteRule(i);
       }
     }
   }
-  if (printRules.length === 0 || !document.documentElement) return null;
-  const style = document.createElement("style");
-  style.textContent = printRules.join("\n");
-  (document.head || document.documentElement).appendChild(style);
-  const height = Math.max(document.body ? document.body.scrollHeight : 0,
-                          document.documentElement.scrollHeight);
-  style.remove();
-  return height;
+  return true;
 })())JS";
 
 QString outputPath(const QUrl &url)
@@ -162,8 +155,11 @@ void TarnPDFExporter::waitForReadyAndExport(int attemptsRemaining)
 
 void TarnPDFExporter::measureAndExport()
 {
+    QString measure = QString::fromLatin1(ReaderScripts::heightMeasurement).trimmed();
+    measure.chop(1); // the final ";": the two run as one expression
     evaluateScript(
-        m_webView->page(), QString::fromLatin1(ReaderScripts::heightMeasurement), this,
+        m_webView->page(),
+        QString::fromLatin1(screenRulesOnlyScript) + QStringLiteral(",\n") + measure, this,
         [this](const ScriptOutcome &outcome) {
             if (m_completed)
                 return;
@@ -177,25 +173,15 @@ void TarnPDFExporter::measureAndExport()
 
 void TarnPDFExporter::printPage(double measuredHeight)
 {
-    m_webView->page()->runJavaScript(
-        QString::fromLatin1(printedHeightScript),
-        [self = QPointer(this), measuredHeight](const QVariant &printed) {
-            if (!self || self->m_completed)
-                return;
-            double height = measuredHeight;
-            if (isNumber(printed))
-                height = std::max(height, printed.toDouble());
-            if (!(height > minimumPageHeight))
-                height = minimumPageHeight;
-            QPageRanges firstPage;
-            firstPage.addPage(1);
-            self->m_webView->page()->printToPdf(
-                [guard = QPointer(self.data())](const QByteArray &pdf) {
-                    if (guard)
-                        guard->writePdf(pdf);
-                },
-                pageLayout(pageWidth, height), firstPage);
-        });
+    const double height = measuredHeight > minimumPageHeight ? measuredHeight : minimumPageHeight;
+    QPageRanges firstPage;
+    firstPage.addPage(1);
+    m_webView->page()->printToPdf(
+        [guard = QPointer(this)](const QByteArray &pdf) {
+            if (guard)
+                guard->writePdf(pdf);
+        },
+        pageLayout(pageWidth, height), firstPage);
 }
 
 void TarnPDFExporter::writePdf(const QByteArray &pdf)
@@ -203,11 +189,11 @@ void TarnPDFExporter::writePdf(const QByteArray &pdf)
     if (m_completed)
         return;
     if (pdf.isEmpty()) {
-        finish({false, tr("The page could not be printed to PDF.")});
+        finish({false, QStringLiteral("页面无法打印为 PDF。")});
         return;
     }
     if (!m_outputURL.isLocalFile()) {
-        finish({false, tr("\"%1\" is not a local file.").arg(m_outputURL.toString())});
+        finish({false, QStringLiteral("“%1”不是本地文件。").arg(m_outputURL.toString())});
         return;
     }
     QSaveFile file(m_outputURL.toLocalFile());

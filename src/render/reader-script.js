@@ -140,13 +140,22 @@
     if (!link) {
       return;
     }
-    const rawHref = link.getAttribute("href") || "";
+    // Links drawn in diagrams may carry their target as xlink:href only.
+    const rawHref =
+      link.getAttribute("href") ||
+      link.getAttributeNS("http://www.w3.org/1999/xlink", "href") ||
+      "";
     if (rawHref.startsWith("#")) {
+      return;
+    }
+    // Every other click stays in the page: the host opens the schemes it knows, and any other
+    // scheme (javascript:, data:, custom ones) goes nowhere.
+    event.preventDefault();
+    if (rawHref.trim() === "") {
       return;
     }
     const href = resolvedHref(link, rawHref) || rawHref;
     if (/^(https?:|mailto:|file:)/i.test(href)) {
-      event.preventDefault();
       post({ type: "openLink", href });
     }
   }
