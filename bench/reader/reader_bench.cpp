@@ -135,10 +135,13 @@ void BM_PdfTwoHundredKilobytesTenDiagrams(benchmark::State &state)
     for (auto _ : state) {
         bool done = false;
         bool ok = false;
-        TarnPDFExporter::exportPdf(html, {}, output, [&](const PdfExportResult &result) {
-            done = true;
-            ok = result.ok;
-        });
+        TarnPDFExporter::exportPdf(
+            html, {}, output,
+            [&](const PdfExportResult &result) {
+                done = true;
+                ok = result.ok;
+            },
+            nullptr);
         if (!spinUntil([&] { return done; }) || !ok) {
             state.SkipWithError("the export failed");
             break;

@@ -9,6 +9,7 @@
 #include <QLocale>
 #include <QPointer>
 #include <QTimer>
+#include <QWebEnginePage>
 
 #include <algorithm>
 #include <cmath>
@@ -43,10 +44,29 @@ TarnWebView *MarkdownWebViewCoordinator::makeView(const MarkdownWebView &value,
         if (weakView)
             didFinish(weakView);
     });
+    connect(view->page(), &QWebEnginePage::renderProcessTerminated, this,
+            [this, weakView](QWebEnginePage::RenderProcessTerminationStatus status) {
+                if (weakView && status != QWebEnginePage::NormalTerminationStatus)
+                    later(this, [this, weakView] {
+                        if (weakView)
+                            reloadAfterCrash(weakView);
+                    });
+            });
     view->setPendingInitialScrollY(value.initialScrollY);
     view->setLastHTML(value.html);
     view->loadPage(value.html, value.baseURL);
     return view;
+}
+
+void MarkdownWebViewCoordinator::reloadAfterCrash(TarnWebView *view)
+{
+    // A renderer process that died (killed, out of memory) leaves the view blank: load the
+    // same page again where the reader was. A page that keeps killing the engine is given up.
+    if (m_crashReloads >= maximumCrashReloads)
+        return;
+    ++m_crashReloads;
+    view->setPendingInitialScrollY(m_lastReportedScrollY.value_or(m_parent.initialScrollY));
+    view->loadPage(view->lastHTML(), m_parent.baseURL);
 }
 
 void MarkdownWebViewCoordinator::updateView(TarnWebView *view, const MarkdownWebView &value)
@@ -240,9 +260,11 @@ void MarkdownWebViewCoordinator::receive(const QVariantMap &body)
         const bool numeric = y.typeId() == QMetaType::Double || y.typeId() == QMetaType::Float ||
                              y.typeId() == QMetaType::Int || y.typeId() == QMetaType::LongLong ||
                              y.typeId() == QMetaType::UInt || y.typeId() == QMetaType::ULongLong;
-        if (!numeric || !m_parent.onScroll)
+        if (!numeric)
             return;
-        later(this, [callback = m_parent.onScroll, y = y.toDouble()] { callback(y); });
+        m_lastReportedScrollY = y.toDouble();
+        if (m_parent.onScroll)
+            later(this, [callback = m_parent.onScroll, y = y.toDouble()] { callback(y); });
     } else if (kind == QLatin1String("search")) {
         const int current = intValue(body.value(QStringLiteral("current"))).value_or(0);
         const int total = intValue(body.value(QStringLiteral("total"))).value_or(0);
@@ -254,7 +276,8 @@ void MarkdownWebViewCoordinator::receive(const QVariantMap &body)
         const QVariant href = body.value(QStringLiteral("href"));
         if (href.typeId() != QMetaType::QString)
             return;
-        const QUrl url(href.toString(), QUrl::StrictMode);
+        // Chromium leaves some characters unescaped in what it reports (|, ^, spaces).
+        const QUrl url(href.toString(), QUrl::TolerantMode);
         if (!url.isValid() || url.isEmpty() || !m_parent.onOpenLink)
             return;
         later(this, [callback = m_parent.onOpenLink, url] { callback(url); });

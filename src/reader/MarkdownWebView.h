@@ -85,6 +85,9 @@ public:
     // Whether a query searches anything: its text without surrounding white space.
     static bool isSearchable(const QString &query);
 
+    // Reloads after a renderer process died, at most this many times for one view.
+    static constexpr int maximumCrashReloads = 3;
+
 signals:
     // The steps after a load have run: the page was ready, or was waited for long enough.
     void pageReady(TarnWebView *view);
@@ -95,6 +98,10 @@ private:
                           std::function<void()> completion);
     void receive(const QVariantMap &body);
 
+    void reloadAfterCrash(TarnWebView *view);
+
     MarkdownWebView m_parent;
     QString m_lastReportedHeadingID;
+    std::optional<double> m_lastReportedScrollY;
+    int m_crashReloads = 0;
 };

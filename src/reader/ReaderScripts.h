@@ -7,9 +7,11 @@ namespace ReaderScripts {
 
 // True once the page's resources are in (images with their sizes, so positions and heights are
 // final) and the reader script has finished starting up; pages without the script need only
-// the former.
+// the former. A page written into its shell can report "complete" early, so images are asked
+// one by one.
 inline constexpr char readinessTest[] =
     "document.readyState === \"complete\" &&\n"
+    "  Array.from(document.images).every((image) => image.complete) &&\n"
     "  Boolean(window.tarnReadyDone || typeof window.tarnReady === \"undefined\");";
 
 // The full height of the page in CSS pixels.

@@ -145,6 +145,23 @@ private slots:
         QCOMPARE(m_pane->model->readPositions().value(m_pane->path("guide.md")), stored);
     }
 
+    // The position is restored once the document's images are in: after a theme switch the
+    // reader is back on the same text, though a tall image stands above it.
+    void positionSurvivesReloadBelowImages()
+    {
+        QImage tall(300, 3000, QImage::Format_RGB32);
+        tall.fill(Qt::gray);
+        QVERIFY(tall.save(m_pane->dir.filePath("tall.png")));
+        QVERIFY(m_pane->open(
+            m_pane->file("img.md", "![tall](tall.png)\n\n" + ReaderTestPages::longDocument(30))));
+        m_pane->eval("document.getElementById('part-20').scrollIntoView(); true;");
+        QTRY_VERIFY(selected()->scrollY() > 3000);
+        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
+        m_pane->model->setTheme(TarnTheme::warm);
+        QVERIFY(ready.wait());
+        QTRY_VERIFY(m_pane->eval(ReaderTestPages::headingAtTop("part-20")).toBool());
+    }
+
     void switchingBackKeepsThePage()
     {
         QVERIFY(m_pane->open(

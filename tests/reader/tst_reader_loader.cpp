@@ -133,6 +133,38 @@ private slots:
             QStringLiteral("Odd text: \"q\" \\ </script> \u2028 😀"));
     }
 
+    // A script that got into a page may not read the document's neighbours or open windows;
+    // the document's own images still load.
+    void pageScriptsCannotReachLocalFiles()
+    {
+        QTemporaryDir folder;
+        QFile secret(folder.filePath("secret.txt"));
+        QVERIFY(secret.open(QIODevice::WriteOnly) && secret.write("secret") == 6);
+        secret.close();
+        QImage image(4, 3, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        QVERIFY(image.save(folder.filePath("dot.png")));
+        ReaderTestView view;
+        QVERIFY(view.loadPage(ReaderTestPages::render("![dot](dot.png)"),
+                              QUrl::fromLocalFile(folder.path())));
+        view.eval("window.__reads = [];"
+                  "fetch('secret.txt').then((r) => r.text()).then((t) => __reads.push('fetch:' + "
+                  "t), () => __reads.push('fetch refused'));"
+                  "const x = new XMLHttpRequest(); x.open('GET', 'secret.txt');"
+                  "x.onload = () => __reads.push('xhr:' + x.responseText); x.onerror = () => "
+                  "__reads.push('xhr refused'); x.send();"
+                  "const f = document.createElement('iframe'); f.src = 'secret.txt'; "
+                  "document.body.append(f);"
+                  "__reads.push(window.open('secret.txt') ? 'window opened' : 'no window'); true;");
+        QTRY_COMPARE(view.eval("__reads.slice().sort().join(',')").toString(),
+                     QStringLiteral("fetch refused,no window,xhr refused"));
+        QVERIFY(!view.eval("String(document.querySelector('iframe').contentDocument?.body?."
+                           "textContent || '')")
+                     .toString()
+                     .contains("secret"));
+        QTRY_COMPARE(view.eval("document.querySelector('main img').naturalWidth").toInt(), 4);
+    }
+
     void onlyTheLastLoadReports()
     {
         ReaderTestView view;

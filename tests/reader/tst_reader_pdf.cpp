@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -60,10 +61,13 @@ private:
                                         const QUrl &base = {})
     {
         auto record = std::make_shared<Export>();
-        TarnPDFExporter::exportPdf(html, base, output, [record](const PdfExportResult &result) {
-            ++record->completions;
-            record->result = result;
-        });
+        TarnPDFExporter::exportPdf(
+            html, base, output,
+            [record](const PdfExportResult &result) {
+                ++record->completions;
+                record->result = result;
+            },
+            &TarnUsageLogger::shared());
         return record;
     }
     // The usage-log lines written since the last call.
@@ -210,13 +214,64 @@ private slots:
         QVERIFY2(lines.first().contains(error), qPrintable(lines.first()));
     }
 
+    // The PDF shows the page as the reader does: the theme's background over the whole page,
+    // top and bottom, for a page shorter than the minimum height.
+    void printedWithTheScreenRules_data()
+    {
+        QTest::addColumn<int>("theme");
+        QTest::addColumn<QColor>("background");
+        QTest::newRow("businessBlue") << int(TarnTheme::businessBlue) << QColor("#F7FBFF");
+        QTest::newRow("dark") << int(TarnTheme::dark) << QColor("#191B1C");
+    }
+    void printedWithTheScreenRules()
+    {
+        QFETCH(int, theme);
+        QFETCH(QColor, background);
+        const QString path = m_folder.filePath("theme.pdf");
+        auto done = startExport(ReaderTestPages::render("# Short", TarnTheme(theme)),
+                                QUrl::fromLocalFile(path));
+        QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 30000);
+        QVERIFY(done->result.ok);
+        QProcess raster;
+        raster.start("pdftoppm",
+                     {"-r", "24", "-png", "-singlefile", path, m_folder.filePath("theme")});
+        QVERIFY(raster.waitForFinished(30000));
+        const QImage image(m_folder.filePath("theme.png"));
+        QVERIFY(!image.isNull());
+        for (const QPoint at : {QPoint(2, 2), QPoint(image.width() / 2, image.height() - 3)})
+            QCOMPARE(image.pixelColor(at).name(), background.name());
+    }
+
+    // Images take their place before the page is measured: they and the last line are printed.
+    void imagesAreInBeforeMeasuring()
+    {
+        QImage tall(300, 2400, QImage::Format_RGB32);
+        tall.fill(Qt::darkGreen);
+        QVERIFY(tall.save(m_folder.filePath("tall.png")));
+        const QString path = m_folder.filePath("images.pdf");
+        auto done =
+            startExport(ReaderTestPages::render(
+                            "![tall](tall.png)\n\n![tall](tall.png)\n\nThe very last line."),
+                        QUrl::fromLocalFile(path), QUrl::fromLocalFile(m_folder.path() + "/"));
+        QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 30000);
+        QVERIFY(done->result.ok);
+        const PdfFacts pdf = readPdf(path);
+        QVERIFY(pdf.text.contains("The very last line."));
+        QVERIFY2(pdf.height * 900.0 / pdf.width > 4800, qPrintable(QString::number(pdf.height)));
+        QProcess images;
+        images.start("pdfimages", {"-list", path});
+        QVERIFY(images.waitForFinished(30000));
+        QVERIFY(images.readAllStandardOutput().count(" image ") >= 2);
+    }
+
     void failuresCompleteOnceAndWriteNothing_data()
     {
         // clang-format off
         QTest::addColumn<QString>("output"); // "%1" stands for the test folder
 
-        QTest::newRow("missing folder") << "file://%1/missing/out.pdf";
-        QTest::newRow("not a local file") << "https://example.com/out.pdf";
+        QTest::addColumn<QString>("error"); // shown to the user: Chinese, or the system's text
+        QTest::newRow("missing folder") << "file://%1/missing/out.pdf" << "";
+        QTest::newRow("not a local file") << "https://example.com/out.pdf" << "“https://example.com/out.pdf”不是本地文件。";
         // clang-format on
     }
 
@@ -233,6 +288,9 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 30000);
         QVERIFY(!done->result.ok);
         QVERIFY(!done->result.errorString.isEmpty());
+        QFETCH(QString, error);
+        if (!error.isEmpty())
+            QCOMPARE(done->result.errorString, error);
         QTRY_VERIFY(TarnPDFExporter::activeExporters().isEmpty());
         QCOMPARE(done->completions, 1);
         QVERIFY(!QFileInfo(url.toLocalFile()).isFile());

@@ -13,6 +13,7 @@
 #include <QWheelEvent>
 
 #include <cmath>
+#include <csignal>
 #include <limits>
 
 class ReaderBridgeTest : public QObject
@@ -158,6 +159,7 @@ private slots:
         QTest::newRow("search text numbers") << "{type: 'search', current: '2', total: '4'}" << QStringList{"search:0/0"};
         QTest::newRow("heading") << "{type: 'heading', id: 'intro'}" << QStringList{"heading:intro"};
         QTest::newRow("link") << "{type: 'openLink', href: 'https://example.com/a?b=1'}" << QStringList{"link:https://example.com/a?b=1"};
+        QTest::newRow("link left partly unescaped") << "{type: 'openLink', href: 'file:///tmp/a b|c^d.md'}" << QStringList{"link:" + QUrl("file:///tmp/a b|c^d.md", QUrl::TolerantMode).toString()};
         QTest::newRow("unparsable link") << "{type: 'openLink', href: 'http://exa mple.com/'}" << QStringList{};
         QTest::newRow("no type") << "{id: 'intro'}" << QStringList{};
         QTest::newRow("not an object") << "'heading'" << QStringList{};
@@ -210,6 +212,24 @@ private slots:
         QCOMPARE(m_bridge->calls.filter("search:"), QStringList{"search:0/0"});
         QCOMPARE(m_bridge->eval("window.__scrollCalls").toList(), QVariantList{300});
         QCOMPARE(ready.size(), 1);
+    }
+
+    // A renderer process that dies is followed by a reload of the same page, where it was read.
+    void killedRendererReloads()
+    {
+        m_bridge->html = ReaderTestPages::observed(ReaderTestPages::longDocument());
+        QVERIFY(m_bridge->show());
+        QSignalSpy ready(m_bridge->coordinator, &MarkdownWebViewCoordinator::pageReady);
+        m_bridge->post("{type: 'scroll', y: 900}");
+        QTRY_VERIFY(m_bridge->calls.contains("scroll:900"));
+        const qint64 pid = m_bridge->view->page()->renderProcessPid();
+        QVERIFY(pid > 0);
+        QCOMPARE(::kill(pid_t(pid), SIGKILL), 0);
+        QVERIFY(ready.wait());
+        QCOMPARE(m_bridge->view->loadCount(), 2);
+        QCOMPARE(m_bridge->eval("document.querySelector('h1').textContent").toString(),
+                 QStringLiteral("Long document"));
+        QCOMPARE(m_bridge->eval("window.__scrollCalls").toList(), QVariantList{900});
     }
 
     void navigationStaysOnThePage_data()
