@@ -7,6 +7,7 @@
 #include "FileSidebar.h"
 #include "ReaderPane.h"
 #include "TarnEditorTextView.h"
+#include "TarnWebView.h"
 #include "TitleTabBar.h"
 #include "TopToolbar.h"
 #include "WindowChrome.h"
@@ -113,7 +114,15 @@ void ContentView::updateContent()
         return;
     }
     m_editor->setDocument(nullptr);
+    const bool entering = m_content->currentWidget() != m_reader;
     m_content->setCurrentWidget(m_reader);
+    // A document opened, selected or done editing takes the keys: Space, Page Down, the arrows
+    // and Home/End scroll it at once, without a click into the page first.
+    if (entering || m_readingDocument != document) {
+        m_readingDocument = document;
+        if (TarnWebView *view = m_reader->currentView())
+            view->setFocus(Qt::OtherFocusReason);
+    }
 }
 
 void ContentView::updateTheme()

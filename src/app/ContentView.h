@@ -14,6 +14,7 @@ class FileSidebar;
 
 class QStackedWidget;
 class ReaderPane;
+class TarnDocument;
 class TitleTabBar;
 class TopToolbar;
 class WindowFileDrop;
@@ -60,4 +61,5 @@ private:
     WindowFileDrop *m_drop = nullptr;
     QPointer<QMessageBox> m_alertBox;
     QUuid m_alertID;
+    QPointer<TarnDocument> m_readingDocument; // the document last shown for reading
 };

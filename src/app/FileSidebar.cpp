@@ -49,6 +49,8 @@ FileSidebar::FileSidebar(AppModel &model, QWidget *parent)
     });
 
     m_scroll = new QScrollArea(this);
+    // Rows are clicked, not focused: Tab goes from the filter field on to the content.
+    m_scroll->setFocusPolicy(Qt::NoFocus);
     m_scroll->setObjectName(QStringLiteral("storedFileList"));
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -6,6 +6,7 @@
 #include "WindowChrome.h"
 
 #include <QCloseEvent>
+#include <QLayout>
 #include <QMenuBar>
 #include <QScreen>
 #include <QWindow>
@@ -34,24 +35,28 @@ QString MainWindow::titleFor(const TarnDocument *document)
 
 void MainWindow::placeInitially()
 {
-    const int menuHeight = menuBar()->sizeHint().height();
-    QSize size(ContentView::initialContentSize.width(),
-               ContentView::initialContentSize.height() + menuHeight);
-    const QScreen *screen = this->screen();
-    if (!screen) {
-        resize(size);
-        return;
-    }
+    if (const QScreen *screen = this->screen())
+        placeIn(screen->availableGeometry());
+    else
+        resize(ContentView::initialContentSize.grownBy(
+            QMargins(0, menuBar()->sizeHint().height(), 0, 0)));
+}
+
+void MainWindow::placeIn(const QRect &area)
+{
     // Small screens (1366 × 768, 1280 × 720) must still hold the whole window, title bar and
     // menu bar included, so the minimum and the first size give way to the available area.
-    const QRect area = screen->availableGeometry();
+    const int menuHeight = menuBar()->sizeHint().height();
     const QMargins frame = isVisible() && windowHandle() ? windowHandle()->frameMargins()
                                                          : QMargins(0, titleBarAllowance, 0, 0);
-    const QSize room(area.width() - frame.left() - frame.right(),
-                     area.height() - frame.top() - frame.bottom());
+    const QSize room = area.size().shrunkBy(frame);
     m_content->setMinimumSize(
-        ContentView::minimumContentSize.boundedTo(QSize(room.width(), room.height() - menuHeight)));
-    size = size.boundedTo(room);
+        ContentView::minimumContentSize.boundedTo(room.shrunkBy(QMargins(0, menuHeight, 0, 0))));
+    // The window's own minimum follows at once, or it would hold the first size up.
+    if (layout())
+        layout()->activate();
+    const QSize size =
+        ContentView::initialContentSize.grownBy(QMargins(0, menuHeight, 0, 0)).boundedTo(room);
     resize(size);
     QRect placed(QPoint(0, 0), size.grownBy(frame));
     placed.moveCenter(area.center());

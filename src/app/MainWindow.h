@@ -19,6 +19,8 @@ public:
     // Sizes the window for its initial content size, as far as its screen's available area
     // allows (the content's minimum gives way too), and centres it there.
     void placeInitially();
+    // The same within `area`, a screen's available geometry.
+    void placeIn(const QRect &area);
     // Room kept for the title bar while the window manager has not yet framed the window.
     static constexpr int titleBarAllowance = 40;
 

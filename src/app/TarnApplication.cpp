@@ -13,6 +13,7 @@
 #include "TarnUsageLogger.h"
 #include "TopToolbar.h"
 #include "WebEngineProcess.h"
+#include "WindowChrome.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -59,6 +60,11 @@ TarnApplication::TarnApplication(QSettings &settings, Platform &platform,
             m_window->close();
         else
             QCoreApplication::quit();
+    });
+    // The contact window stays open across theme changes and takes each new palette.
+    connect(m_model.get(), &AppModel::themeChanged, this, [this] {
+        if (m_contact)
+            m_contact->setPalette(WindowChrome::palette(m_model->theme()));
     });
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             &TarnApplication::onApplicationStateChanged);
@@ -171,8 +177,8 @@ void TarnApplication::showContactWindow()
     if (!m_contact) {
         m_contact = new ContactWindow;
         m_contact->setAttribute(Qt::WA_DeleteOnClose);
+        m_contact->setPalette(WindowChrome::palette(m_model->theme()));
         if (m_window) {
-            // No palette of its own: it follows the application's, which the theme sets.
             m_contact->adjustSize();
             QRect frame(QPoint(0, 0), m_contact->size());
             frame.moveCenter(m_window->geometry().center());

@@ -33,6 +33,8 @@ TitleTabBar::TitleTabBar(AppModel &model, QWidget *parent)
     m_scroll = new QScrollArea(m_stack);
     m_scroll->setObjectName(QStringLiteral("tabScrollArea"));
     m_scroll->setFrameShape(QFrame::NoFrame);
+    // It shows nothing of its own to act on: Tab goes past it.
+    m_scroll->setFocusPolicy(Qt::NoFocus);
     m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_scroll->setWidgetResizable(true);

@@ -136,6 +136,7 @@ void DesktopServicesTest::contactDetails_data()
                                                R"({"kind":"web","label":"项目主页","text":"example.org","url":"https://example.org/"}]})") << 2;
     QTest::newRow("not JSON") << QByteArray("{entries: [") << -1;
     QTest::newRow("no entries") << QByteArray(R"({"entries":[]})") << -1;
+    QTest::newRow("entry without label") << QByteArray(R"({"entries":[{"text":"a@example.org","url":"mailto:a@example.org"}]})") << -1;
     QTest::newRow("entry without address") << QByteArray(R"({"entries":[{"label":"电子邮件","text":"a@example.org"}]})") << -1;
     QTest::newRow("address without scheme") << QByteArray(R"({"entries":[{"label":"主页","text":"x","url":"example.org"}]})") << -1;
     // clang-format on

@@ -1,11 +1,18 @@
 // The menu bar: localising what the desktop adds, rebuilding, and the commands that reach the
 // model, the editor and the window, quitting included.
 #include "AppTestSupport.h"
+#include "ContactWindow.h"
 #include "EditorNotifications.h"
 #include "EditorPane.h"
+#include "PlainTextEditView.h"
 #include "ReaderPane.h"
 #include "TarnApplication.h"
 #include "TarnEditorTextView.h"
+#include "WindowChrome.h"
+
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
 
 #include <QSignalSpy>
 #include <QTest>
@@ -123,6 +130,18 @@ private slots:
         QCOMPARE(text->toPlainText(), QString());
         f.item("编辑", C::undo)->trigger();
         QCOMPARE(text->toPlainText(), original + "more");
+
+        // The undo item names a replace-all it would revert, and nothing else.
+        f.openMenu("编辑");
+        QCOMPARE(f.item("编辑", C::undo)->text(), QStringLiteral("撤销"));
+        PlainTextEditView *view = f.view.editorPane()->textViewAdapter();
+        view->replaceUndoably({0, 1}, "X");
+        view->setUndoActionName("全部替换");
+        f.openMenu("编辑");
+        QCOMPARE(f.item("编辑", C::undo)->text(), QStringLiteral("撤销全部替换"));
+        f.item("编辑", C::undo)->trigger();
+        f.openMenu("编辑");
+        QCOMPARE(f.item("编辑", C::undo)->text(), QStringLiteral("撤销"));
     }
 
     void findCommand()
@@ -139,6 +158,69 @@ private slots:
         f.item("编辑", MainMenu::Command::find)->trigger();
         QCOMPARE(find.size(), 1);
         QTRY_VERIFY(f.view.editorPane()->showFindPanel());
+    }
+
+    // Files handed over by another launch while a dialog is open wait until it closes.
+    void handOverWaitsForOpenDialogs()
+    {
+        AppHarness app;
+        TarnApplication tarn(*app.settings, app.platform, app.pdf, *app.logger);
+        tarn.launch({});
+        QMessageBox box(QMessageBox::Information, "Tarn", "dialog", QMessageBox::Ok,
+                        tarn.mainWindow());
+        qsizetype tabsWhileOpen = -1;
+        QTimer::singleShot(0, &box, [&] {
+            tarn.openFromAnotherLaunch({app.file("b.md").toLocalFile()});
+            QCoreApplication::processEvents();
+            tabsWhileOpen = tarn.model().tabs().size();
+            box.accept();
+        });
+        box.exec();
+        QCOMPARE(tabsWhileOpen, 0);
+        QTRY_COMPARE(tarn.model().tabs().size(), 1);
+    }
+
+    void contactWindowFollowsTheme()
+    {
+        AppHarness app;
+        TarnApplication tarn(*app.settings, app.platform, app.pdf, *app.logger);
+        tarn.launch({});
+        emit tarn.menu()->contactRequested();
+        QVERIFY(tarn.contactWindow());
+        tarn.model().setTheme(TarnTheme::dark);
+        const QColor accent = WindowChrome::palette(TarnTheme::dark).color(QPalette::Highlight);
+        QCOMPARE(tarn.contactWindow()->palette().color(QPalette::Window),
+                 WindowChrome::palette(TarnTheme::dark).color(QPalette::Window));
+        for (const QPushButton *link :
+             tarn.contactWindow()->findChildren<QPushButton *>("contactLink"))
+            QVERIFY2(link->styleSheet().contains(accent.name()), qPrintable(link->styleSheet()));
+    }
+
+    // The whole window fits small screens, menu bar and title bar included; on a large one it
+    // takes its usual size and minimum.
+    void windowFitsTheScreen_data()
+    {
+        QTest::addColumn<QRect>("area");
+        QTest::newRow("1366 × 768") << QRect(0, 0, 1366, 768 - 32);
+        QTest::newRow("1280 × 720") << QRect(0, 0, 1280, 720 - 40);
+        QTest::newRow("large") << QRect(0, 0, 1920, 1050);
+    }
+    void windowFitsTheScreen()
+    {
+        QFETCH(QRect, area);
+        AppHarness app;
+        MainWindow window(*app.model);
+        MainMenu menu(*app.model);
+        menu.install(window.menuBar());
+        window.placeIn(area); // not yet framed: room is kept for a title bar
+        const int room = area.height() - MainWindow::titleBarAllowance;
+        QVERIFY(window.height() <= room && window.width() <= area.width());
+        QVERIFY(window.minimumSizeHint().height() <= room);
+        if (area.height() > 1000) {
+            QCOMPARE(window.size(), ContentView::initialContentSize.grownBy(
+                                        {0, window.menuBar()->sizeHint().height(), 0, 0}));
+            QCOMPARE(window.contentView()->minimumSize(), ContentView::minimumContentSize);
+        }
     }
 
     // Ctrl+Q and Ctrl+Shift+W with an unsaved tab ask first; cancelling keeps the window, the

@@ -55,7 +55,6 @@ QProcess *TarnProcesses::start(const QStringList &arguments)
     auto process = std::make_unique<QProcess>();
     process->setProcessEnvironment(environment);
     process->setWorkingDirectory(m_dir.path());
-    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process->setStandardOutputFile(QProcess::nullDevice());
     process->start(QStringLiteral(TARN_BINARY), arguments);
     m_processes.push_back(std::move(process));

@@ -71,11 +71,16 @@ private slots:
             QVERIFY(!stray.waitForReadyRead(1000) || !stray.readAll().startsWith("ok"));
         }
 
-        // b.md is new, a.md is open already: only b opens, a's tab is selected again.
-        QProcess *second = tarn.start({"b.md", "a.md"});
+        // b.md is new, a.md is open already: only b opens, a's tab is selected again. What cannot
+        // open is said on standard error and the rest still goes.
+        tarn.file("pic.png", "png");
+        QProcess *second = tarn.start({"b.md", "missing.md", "pic.png", "a.md"});
         QVERIFY(second->waitForFinished(kStartTimeout));
         QCOMPARE(second->exitStatus(), QProcess::NormalExit);
         QCOMPARE(second->exitCode(), 0);
+        QCOMPARE(second->readAllStandardError(),
+                 QByteArray("tarn: missing.md: no such file\n"
+                            "tarn: pic.png: not a Markdown or text file\n"));
         QTRY_COMPARE(tarn.openedPaths(), (QStringList{tarn.path("a.md"), tarn.path("b.md")}));
         QTRY_VERIFY(tarn.events().contains("file.open.existing"));
         QCOMPARE(tarn.events().count("app.launch"), 1);

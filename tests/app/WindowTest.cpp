@@ -9,6 +9,7 @@
 #include "ReaderSearchControl.h"
 #include "StoredFileRow.h"
 #include "TabItem.h"
+#include "TarnEditorTextView.h"
 #include "TarnWebView.h"
 #include "TitleTabBar.h"
 #include "WindowChrome.h"
@@ -16,6 +17,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QScrollArea>
 #include <QTest>
 #include <QToolButton>
 
@@ -51,6 +53,24 @@ private slots:
         f.app.model->closeTab(f.app.model->tabs().at(1));
         f.app.model->closeTab(f.app.model->tabs().at(0));
         QCOMPARE(f.view.currentContent(), static_cast<QWidget *>(f.view.emptyState()));
+    }
+
+    // An opened document, and one whose editing ended, takes the keys; containers that show
+    // nothing to act on are no Tab stops.
+    void readerTakesTheKeys()
+    {
+        WindowFixture f;
+        f.app.open({"a.md"});
+        QTRY_VERIFY(f.view.readerPane()->currentView() &&
+                    f.view.readerPane()->currentView()->focusProxy());
+        QWidget *page = f.view.readerPane()->currentView()->focusProxy();
+        QTRY_COMPARE(f.window.focusWidget(), page);
+        f.app.model->toggleEditing();
+        QCOMPARE(f.window.focusWidget(), f.view.editorPane()->textView());
+        f.app.model->toggleEditing();
+        QCOMPARE(f.window.focusWidget(), page);
+        QCOMPARE(f.view.tabBar()->scrollArea()->focusPolicy(), Qt::NoFocus);
+        QCOMPARE(f.view.sidebar()->findChild<QScrollArea *>()->focusPolicy(), Qt::NoFocus);
     }
 
     // One table for the toolbar's and the menu's enable rules and titles.
@@ -312,6 +332,11 @@ private slots:
         };
         trigger("new.md", 0);
         QCOMPARE(names(), (QStringList{"new.md", "fav.md", "old.md"}));
+        QCOMPARE(std::unique_ptr<QMenu>(sidebar->rows()[0]->makeContextMenu(nullptr))
+                     ->actions()
+                     .at(1)
+                     ->text(),
+                 QStringLiteral("在文件管理器中显示"));
         trigger("old.md", 1);
         QCOMPARE(f.app.platform.revealedPaths, QStringList{base + "/old.md"});
         trigger("old.md", 2);
@@ -327,7 +352,8 @@ private slots:
         // clang-format off
         QTest::newRow("reader view") << "reader view" << true;
         QTest::newRow("sidebar") << "sidebar" << true;
-        QTest::newRow("web links only") << "reader view" << false;
+        QTest::newRow("editor") << "editor" << true;
+        QTest::newRow("web links only") << "editor" << false;
         // clang-format on
     }
     void drops()
@@ -336,9 +362,13 @@ private slots:
         QFETCH(bool, withFiles);
         WindowFixture f;
         f.app.open({"current.md"});
+        QWidget *widget = f.view.sidebar();
+        if (target == QLatin1String("editor")) {
+            f.app.model->toggleEditing();
+            widget = f.view.editorPane()->textView()->viewport();
+        }
         makeSelectedDirty(*f.app.model);
         f.app.platform.alertAnswers = {1, 1, 1}; // discard the edit
-        QWidget *widget = f.view.sidebar();
         if (target == QLatin1String("reader view")) {
             QTRY_VERIFY(f.view.readerPane()->currentView());
             TarnWebView *webView = f.view.readerPane()->currentView();
@@ -356,6 +386,8 @@ private slots:
         QApplication::sendEvent(widget, &drop);
         QCoreApplication::processEvents();
         if (!withFiles) {
+            // Not the window's: a web link dropped on the editor is the editor's text.
+            QVERIFY(f.app.model->tabs().first()->draft().contains("https://example.org/remote.md"));
             QCOMPARE(f.app.model->tabs().size(), 1);
             QVERIFY(f.app.platform.alerts.isEmpty());
             return;
@@ -364,6 +396,7 @@ private slots:
         QTRY_COMPARE(f.app.model->tabs().size(), 3);
         QCOMPARE(f.app.platform.alerts.size(), 1);
         QCOMPARE(f.app.model->tabs().at(2)->fileName(), QStringLiteral("two.txt"));
+        QVERIFY(!f.app.model->tabs().first()->draft().contains("file://"));
     }
 };
 
