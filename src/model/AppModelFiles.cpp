@@ -48,11 +48,14 @@ bool AppModel::isDocumentFile(const QString &path)
     if (documentExtensions().contains(pathExtension(path).toLower()))
         return true;
     // Anything else only when the MIME database, by name or by content, calls it Markdown or
-    // plain text (a README, say); source code and the like are text too, but not documents.
+    // plain text; a file without an extension (README, NOTES) may be any kind of text. Source
+    // code and data files are text too, but not documents.
     static const QMimeDatabase database;
     const QMimeType type = database.mimeTypeForFile(path);
-    return type.name() == QLatin1String("text/plain") ||
-           type.inherits(QStringLiteral("text/markdown"));
+    if (type.name() == QLatin1String("text/plain") ||
+        type.inherits(QStringLiteral("text/markdown")))
+        return true;
+    return pathExtension(path).isEmpty() && type.inherits(QStringLiteral("text/plain"));
 }
 
 QUrl AppModel::withDefaultSuffix(const QUrl &url, const QString &suffix)

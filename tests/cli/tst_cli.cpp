@@ -47,7 +47,12 @@ private slots:
         QTest::addColumn<QString>("errContains");
         // clang-format off
         QTest::newRow("help") << QStringList{"--help"} << 0 << "--export html|pdf" << "";
-        QTest::newRow("version") << QStringList{"--version"} << 0 << "tarn 0." << "";
+        QTest::newRow("version") << QStringList{"-V"} << 0 << "tarn 0." << "";
+        QTest::newRow("help names the short forms") << QStringList{"-h"} << 0 << "-o, --output" << "";
+        QTest::newRow("-v is no option") << QStringList{"-v"} << 2 << "" << "\"-v\"";
+        QTest::newRow("theme without a conversion") << QStringList{"--theme", "businessBlue", "a.md"} << 2 << "" << "--theme goes with --export";
+        QTest::newRow("title without a conversion") << QStringList{"--title", "x", "a.md"} << 2 << "" << "--title and --output go with --export";
+        QTest::newRow("PDF from standard input needs an output") << QStringList{"--export", "pdf", "-"} << 2 << "" << "needs --output";
         QTest::newRow("unknown theme") << QStringList{"--export", "html", "--theme", "Dark", "a.md"} << 2 << "" << "valid themes: businessBlue, light, warm, dark";
         QTest::newRow("unknown format") << QStringList{"--export", "docx", "a.md"} << 2 << "" << "unknown export format";
         QTest::newRow("no file") << QStringList{"--export", "html"} << 2 << "" << "no input file";
@@ -107,6 +112,20 @@ private slots:
         QVERIFY(!QFile::exists(m_dir->filePath("out2/n.html")));
     }
 
+    void outputNeverReplacesAnInput()
+    {
+        write("notes.md", "# Notes\n");
+        write("out/other.html", "kept");
+        Run result = run({"--export", "html", "-o", "./notes.md", "notes.md"});
+        QCOMPARE(result.exitCode, 2);
+        QVERIFY2(result.err.contains("would replace the input"), result.err.constData());
+        result = run({"--export", "html", "-o", "out", "notes.md", "out/other.html"});
+        QCOMPARE(result.exitCode, 2);
+        QCOMPARE(read("notes.md"), QByteArray("# Notes\n"));
+        QCOMPARE(read("out/other.html"), QByteArray("kept"));
+        QVERIFY(!QFile::exists(m_dir->filePath("out/notes.html"))); // nothing written at all
+    }
+
     void badFilesDoNotStopTheBatch()
     {
         write("good.md", "# Good");
@@ -151,12 +170,15 @@ private slots:
         for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
             environment.remove(name);
         environment.insert("QTWEBENGINE_DISABLE_SANDBOX", "1");
+        // Conversions are not the desktop program's doing: they leave its usage log alone.
+        environment.insert("TARN_LOG_DIR", m_dir->filePath("logs"));
         const Run result =
             run({"--export", "pdf", "--theme", "dark", "-o", "out", "missing.md", "doc.md"}, {},
                 environment);
         QCOMPARE(result.exitCode, 1);
         QVERIFY2(result.err.startsWith("tarn: missing.md: "), result.err.constData());
         QVERIFY(read("out/doc.pdf").startsWith("%PDF-"));
+        QVERIFY(!QFileInfo::exists(m_dir->filePath("logs/tarn.log")));
     }
 
     void diagramLibraryInlinedOnceOrLeftOut()

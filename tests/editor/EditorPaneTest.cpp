@@ -67,8 +67,7 @@ private slots:
         QTest::newRow("LF") << "a\nb\n" << 4 << "a\nb\nx";
         QTest::newRow("CRLF") << "a\r\nb\r\n" << 4 << "a\r\nb\r\nx";
         QTest::newRow("CR") << "a\rb\r" << 4 << "a\rb\rx";
-        // Mixed endings cannot be told apart in the view; the first edit settles them on LF.
-        QTest::newRow("mixed") << "a\r\nb\n" << 4 << "a\nb\nx";
+        QTest::newRow("mixed: each line keeps its own") << "a\r\nb\n" << 4 << "a\r\nb\nx";
         // clang-format on
     }
     void typingReachesTheDraft()
@@ -84,7 +83,45 @@ private slots:
         QCOMPARE(fixture.document.content(), content);
         QVERIFY(fixture.document.isDirty());
         QTest::keyClick(fixture.pane.textView(), Qt::Key_Backspace);
-        QCOMPARE(fixture.document.isDirty(), QTest::currentDataTag() == QLatin1String("mixed"));
+        QVERIFY(!fixture.document.isDirty());
+    }
+
+    // Return and Shift+Return insert the document's own line break, never Qt's U+2028; undoing
+    // back to the loaded text gives it back exactly.
+    void lineBreaksKeepTheirForm()
+    {
+        const QString content = "a\r\nb\nc\r\n";
+        PaneFixture fixture(content);
+        fixture.caretAt(1);
+        QTest::keyClick(fixture.pane.textView(), Qt::Key_Return, Qt::ShiftModifier);
+        QTest::keyClick(fixture.pane.textView(), Qt::Key_Return);
+        QCOMPARE(fixture.document.draft(), "a\r\n\r\n\r\nb\nc\r\n");
+        while (fixture.pane.textView()->document()->isUndoAvailable())
+            fixture.pane.textView()->undo();
+        QCOMPARE(fixture.document.draft(), content);
+        fixture.caretAt(4);
+        QTest::keyClick(fixture.pane.textView(), Qt::Key_Backspace); // joins b and c
+        QCOMPARE(fixture.document.draft(), "a\r\nbc\r\n");
+        fixture.pane.textView()->undo();
+        QCOMPARE(fixture.document.draft(), content);
+        QVERIFY(!fixture.document.isDirty());
+    }
+
+    void formattingKeys_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QString>("draft");
+        QTest::newRow("Ctrl+B") << int(Qt::Key_B) << "**ab**";
+        QTest::newRow("Ctrl+I") << int(Qt::Key_I) << "*ab*";
+        QTest::newRow("Ctrl+K") << int(Qt::Key_K) << "[ab](https://)";
+    }
+    void formattingKeys()
+    {
+        QFETCH(int, key);
+        PaneFixture fixture("ab");
+        fixture.pane.textViewAdapter()->setSelection({0, 2});
+        QTest::keyClick(fixture.pane.textView(), Qt::Key(key), Qt::ControlModifier);
+        QTEST(fixture.document.draft(), "draft");
     }
 
     void saveStateFollowsDirtiness()
@@ -141,7 +178,7 @@ private slots:
         QTest::addColumn<QString>("help");
         QTest::addColumn<QString>("draft");
         // clang-format off
-        QTest::newRow("bold") << 0 << "加粗" << "ab**加粗文字**";
+        QTest::newRow("bold") << 0 << "加粗 (Ctrl+B)" << "ab**加粗文字**";
         QTest::newRow("task list") << 2 << "任务列表" << "- [ ] ab";
         QTest::newRow("find") << 6 << "查找" << "ab";
         // clang-format on

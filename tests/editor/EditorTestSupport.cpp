@@ -34,6 +34,8 @@ void DialogAnswerer::tryAnswer()
             QTimer::singleShot(5, this, &DialogAnswerer::tryAnswer);
         return;
     }
+    if (whileShown)
+        whileShown();
     message = box->text();
     informativeText = box->informativeText();
     if (box->defaultButton())

@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QTest>
 
+#include <functional>
 #include <memory>
 
 char *toString(const EditorRange &range);
@@ -38,6 +39,7 @@ class DialogAnswerer : public QObject
 public:
     explicit DialogAnswerer(const QString &buttonText);
 
+    std::function<void()> whileShown; // runs once the dialog is up, before it is answered
     bool answered = false;
     QString message;
     QString informativeText;

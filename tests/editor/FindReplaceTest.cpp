@@ -188,6 +188,20 @@ private slots:
         QCOMPARE(editor.view->undoActionName(), "全部替换");
     }
 
+    // The dialog runs an event loop of its own; what changed meanwhile is replaced as it is then.
+    void replaceAllReplacesWhatMatchesAfterTheQuestion()
+    {
+        EditorHarness editor("a b a");
+        editor.actions.setFindText("a");
+        editor.actions.setReplaceText("c");
+        DialogAnswerer dialog("全部替换");
+        dialog.whileShown = [&] { QTextCursor(editor.edit.document()).insertText("aa "); };
+        editor.actions.replaceAll();
+        QVERIFY(dialog.answered);
+        QCOMPARE(dialog.informativeText, "将替换当前文档中的 2 处内容。");
+        QCOMPARE(editor.text(), "cc c b c");
+    }
+
     void replaceAllWithoutMatchesDoesNotAsk()
     {
         EditorHarness editor("abc");

@@ -38,7 +38,8 @@ private slots:
         QTest::addColumn<QStringList>("dropped");
         QTest::addColumn<QStringList>("opened");
         // clang-format off
-        QTest::newRow("mixed drop keeps order") << QStringList{"e.MD", "c.mkdn", "a.md", "folder", "d.markdown", "b.txt"} << QStringList{"e.MD", "a.md", "d.markdown", "b.txt"};
+        QTest::newRow("mixed drop keeps order") << QStringList{"e.MD", "c.mkdn", "a.md", "folder", "d.markdown", "b.txt", "data.json"} << QStringList{"e.MD", "c.mkdn", "a.md", "d.markdown", "b.txt"};
+        QTest::newRow("text without an extension") << QStringList{"README", "notes.cpp"} << QStringList{"README"};
         QTest::newRow("same file twice gives one tab") << QStringList{"a.md", "a.md"} << QStringList{"a.md"};
         // clang-format on
     }
@@ -63,6 +64,20 @@ private slots:
         QCOMPARE(names, opened);
         QCOMPARE(h.model->selectedDocument()->fileName(), opened.last());
         QVERIFY(!h.model->alert());
+    }
+
+    // The open panel offers the document types Tarn reads, and what it cannot read is said so.
+    void openPanelFiltersAndRefusals()
+    {
+        ModelHarness h;
+        h.platform.openPanelAnswers = {{h.file("data.json", "{}"), h.file("notes.mkd", "# n")}};
+        h.model->presentOpenPanel();
+        const QStringList filters = h.platform.openPanels.first().nameFilters;
+        QVERIFY2(filters.first().contains("*.md *.markdown *.mdown *.mkd *.mkdn *.txt"),
+                 qPrintable(filters.join(';')));
+        QCOMPARE(h.model->tabs().size(), 1);
+        QCOMPARE(h.model->alert()->title, QStringLiteral("打开失败"));
+        QVERIFY(h.model->alert()->message.endsWith("\ndata.json"));
     }
 
     void openDecodesText_data()
@@ -211,6 +226,7 @@ private slots:
         QTest::addColumn<QString>("event");
         // clang-format off
         QTest::newRow("new file") << "copy.md" << "file.save_as.success";
+        QTest::newRow("typed without an extension") << "copy" << "file.save_as.success";
         QTest::newRow("cancelled") << "" << "file.save_as.cancelled";
         QTest::newRow("target is a folder") << "taken.md" << "file.save_as.failure";
         // clang-format on
@@ -240,8 +256,9 @@ private slots:
         QCOMPARE(document->isDirty(), !saved);
         QCOMPARE(bool(h.model->alert()), event == "file.save_as.failure");
         if (saved) {
-            QCOMPARE(readFile(h.path(target)), QByteArray("draft"));
-            QCOMPARE(h.model->storedFiles().last().path, h.path(target));
+            const QString written = target.endsWith(".md") ? target : target + ".md";
+            QCOMPARE(readFile(h.path(written)), QByteArray("draft"));
+            QCOMPARE(h.model->storedFiles().last().path, h.path(written));
         }
     }
 };

@@ -161,12 +161,13 @@ private slots:
         TarnDocument *document = h.model->selectedDocument();
         h.model->toggleEditing();
         document->updateDraft("# Unsaved draft\n");
-        h.platform.savePanelAnswers = {h.url("out.html")};
+        h.platform.savePanelAnswers = {h.url("out")}; // typed without an extension
 
         h.model->exportSelectedDocumentAsHTML();
         const SavePanelOptions panel = h.platform.savePanels.first();
         QCOMPARE(panel.title, QStringLiteral("导出 HTML"));
         QCOMPARE(panel.suggestedName, QStringLiteral("guide.html"));
+        QCOMPARE(panel.defaultSuffix, QStringLiteral("html"));
         const std::u16string expected =
             MarkdownRenderer::render(u"# Unsaved draft\n", TarnTheme::dark, u"guide").html;
         QCOMPARE(readFile(h.path("out.html")), QString::fromStdU16String(expected).toUtf8());
@@ -218,7 +219,7 @@ private slots:
         h.model->openURLs({h.file("a.md", "# A\n")}, false);
         h.model->toggleEditing();
         h.model->selectedDocument()->updateDraft("# Unsaved draft\n");
-        h.platform.savePanelAnswers = {h.url("a.pdf")};
+        h.platform.savePanelAnswers = {h.url("a")};
         h.model->exportSelectedDocumentAsPDF();
         QCOMPARE(h.platform.savePanels.first().suggestedName, QStringLiteral("a.pdf"));
         QCOMPARE(h.pdf.requests.size(), 1);
