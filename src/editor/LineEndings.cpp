@@ -20,6 +20,13 @@ qsizetype countBreaks(QStringView text)
 QString DraftLineBreaks::reset(const QString &draft)
 {
     m_forms.clear();
+    // The usual case, LF only: the view shows the draft itself.
+    if (!draft.contains(u'\r')) {
+        m_forms.assign(std::size_t(countBreaks(draft)), lf);
+        m_usual = lf;
+        m_viewText = draft;
+        return draft;
+    }
     QString view;
     view.reserve(draft.size());
     std::array<qsizetype, 3> counts{}; // lf, crlf, cr
@@ -51,13 +58,12 @@ QString DraftLineBreaks::update(const QString &viewText)
     const QStringView before(m_viewText);
     const QStringView after(viewText);
     const qsizetype shorter = std::min(before.size(), after.size());
-    qsizetype prefix = 0;
-    while (prefix < shorter && before[prefix] == after[prefix])
-        ++prefix;
-    qsizetype suffix = 0;
-    while (suffix < shorter - prefix &&
-           before[before.size() - 1 - suffix] == after[after.size() - 1 - suffix])
-        ++suffix;
+    const qsizetype prefix =
+        std::mismatch(before.begin(), before.begin() + shorter, after.begin()).first -
+        before.begin();
+    const qsizetype suffix =
+        std::mismatch(before.rbegin(), before.rbegin() + (shorter - prefix), after.rbegin()).first -
+        before.rbegin();
 
     const qsizetype keptAtStart = countBreaks(before.first(prefix));
     const qsizetype keptAtEnd = countBreaks(before.last(suffix));
@@ -70,6 +76,9 @@ QString DraftLineBreaks::update(const QString &viewText)
     m_forms = std::move(forms);
     m_viewText = viewText;
 
+    // Most files have LF only: then the draft is the view's text itself, without a copy.
+    if (std::all_of(m_forms.begin(), m_forms.end(), [](QStringView form) { return form == lf; }))
+        return viewText;
     QString draft;
     draft.reserve(viewText.size() + qsizetype(m_forms.size()));
     qsizetype from = 0;
