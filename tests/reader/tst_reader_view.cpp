@@ -263,12 +263,8 @@ private slots:
 
     void zoomKeysAndWheelSurviveReload()
     {
-        m_bridge->html = ReaderTestPages::observed(ReaderTestPages::longDocument(8));
-        QVERIFY(m_bridge->show());
-        TarnWebView *view = m_bridge->view.get();
-        view->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(view));
-        QTRY_VERIFY(view->focusProxy());
+        TarnWebView *view = showActive();
+        QVERIFY(view);
         QWidget *render = view->focusProxy();
         render->setFocus();
         QTRY_VERIFY(render->hasFocus());
@@ -291,12 +287,8 @@ private slots:
 
     void contextMenuCopiesAndSelectsAll()
     {
-        m_bridge->html = ReaderTestPages::observed(ReaderTestPages::longDocument(8));
-        QVERIFY(m_bridge->show());
-        TarnWebView *view = m_bridge->view.get();
-        view->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(view));
-        QTRY_VERIFY(view->focusProxy());
+        TarnWebView *view = showActive();
+        QVERIFY(view);
         QApplication::clipboard()->clear();
         // A real right click: the engine asks the view for its menu.
         auto popUp = [view] {
@@ -338,6 +330,19 @@ private slots:
     }
 
 private:
+    // A page of eight parts in an active window, its render widget created.
+    TarnWebView *showActive()
+    {
+        m_bridge->html = ReaderTestPages::observed(ReaderTestPages::longDocument(8));
+        if (!m_bridge->show())
+            return nullptr;
+        TarnWebView *view = m_bridge->view.get();
+        view->activateWindow();
+        const bool ready = QTest::qWaitForWindowActive(view) &&
+                           QTest::qWaitFor([view] { return view->focusProxy() != nullptr; });
+        return ready ? view : nullptr;
+    }
+
     std::unique_ptr<BridgeHarness> m_bridge;
 };
 
