@@ -183,7 +183,7 @@ bool AppModel::saveDocumentAs(TarnDocument *document)
     SavePanelOptions options;
     options.title = QStringLiteral("另存为 Markdown 文件");
     options.suggestedName = document->fileName();
-    options.nameFilters = {QStringLiteral("Markdown (*.md)")};
+    options.nameFilters = {documentNameFilter()};
     options.defaultSuffix = QStringLiteral("md");
     std::optional<QUrl> chosen = m_platform.runSavePanel(options);
     if (chosen)

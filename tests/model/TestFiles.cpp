@@ -248,6 +248,8 @@ private slots:
         QCOMPARE(h.model->saveDocumentAs(document), saved);
         QCOMPARE(h.platform.savePanels.first().title, QStringLiteral("另存为 Markdown 文件"));
         QCOMPARE(h.platform.savePanels.first().suggestedName, QStringLiteral("a.md"));
+        QCOMPARE(h.platform.savePanels.first().nameFilters,
+                 QStringList{AppModel::documentNameFilter()});
         const LogLine line = h.log().last();
         QCOMPARE(line.event, event);
         QCOMPARE(readFile(h.path("a.md")), QByteArray("old"));
