@@ -96,6 +96,9 @@ private slots:
         QTest::keyClick(fixture.pane.textView(), Qt::Key_Return, Qt::ShiftModifier);
         QTest::keyClick(fixture.pane.textView(), Qt::Key_Return);
         QCOMPARE(fixture.document.draft(), "a\r\n\r\n\r\nb\nc\r\n");
+        // Other keys keep their Shift: it still extends the selection.
+        QTest::keyClick(fixture.pane.textView(), Qt::Key_Down, Qt::ShiftModifier);
+        QCOMPARE(fixture.pane.textViewAdapter()->selection(), EditorRange({3, 1}));
         while (fixture.pane.textView()->document()->isUndoAvailable())
             fixture.pane.textView()->undo();
         QCOMPARE(fixture.document.draft(), content);
