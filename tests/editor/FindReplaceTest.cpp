@@ -93,10 +93,7 @@ private slots:
         QTest::addColumn<QString>("expectedStatus");
 
         QTest::newRow("moves past the inserted text") << "a a" << "a" << "aa" << EditorRange{0, 1} << "aa a" << EditorRange{3, 1} << "3/3";
-        QTest::newRow("containing the query is not found again")
-            << "ab ab"
-            << "ab"
-            << "xab" << EditorRange{0, 2} << "xab ab" << EditorRange{4, 2} << "2/2";
+        QTest::newRow("containing the query is not found again") << "ab ab" << "ab" << "xab" << EditorRange{0, 2} << "xab ab" << EditorRange{4, 2} << "2/2";
         QTest::newRow("last match wraps to the first") << "a b a" << "a" << "c" << EditorRange{4, 1} << "a b c" << EditorRange{0, 1} << "1/1";
         QTest::newRow("not on a match only moves") << "x a a" << "a" << "b" << EditorRange{0, 1} << "x a a" << EditorRange{2, 1} << "1/2";
         QTest::newRow("replacing the only match") << "a" << "A" << "b" << EditorRange{0, 1} << "b" << EditorRange{1, 0} << "无结果";
@@ -212,19 +209,6 @@ private slots:
         QCOMPARE(editor.text(), "abc");
     }
 
-    void replaceAllOnReadOnlyViewStillReplaces()
-    {
-        EditorHarness editor("a-b-c");
-        editor.edit.setReadOnly(true);
-        editor.actions.setFindText("-");
-        editor.actions.setReplaceText("+");
-        DialogAnswerer dialog("全部替换");
-        editor.actions.replaceAll();
-        QCOMPARE(editor.text(), "a+b+c");
-        QCOMPARE(editor.changes, (QStringList{"a+b+c", "a+b+c"}));
-        QCOMPARE(editor.actions.matchCount(), 0);
-    }
-
     void statusTextFollowsState()
     {
         EditorHarness editor("x");
@@ -266,8 +250,6 @@ private slots:
         QCOMPARE(editor.actions.findText(), QString());
         QCOMPARE(editor.actions.replaceText(), "cd");
         QCOMPARE(editor.actions.matchCount(), 0);
-        QCOMPARE(editor.actions.currentMatchIndex(), 0);
-        QCOMPARE(editor.actions.searchStatusText(), QString());
         QVERIFY(editor.edit.extraSelections().isEmpty());
     }
 

@@ -73,10 +73,7 @@ private slots:
         // clang-format off
         QTest::addColumn<Command>("command");
         QTest::newRow("bold") << Command(&MarkdownEditorActions::bold);
-        QTest::newRow("italic") << Command(&MarkdownEditorActions::italic);
-        QTest::newRow("task list") << Command(&MarkdownEditorActions::taskList);
         QTest::newRow("quote") << Command(&MarkdownEditorActions::quote);
-        QTest::newRow("link") << Command(&MarkdownEditorActions::link);
         QTest::newRow("horizontal rule") << Command(&MarkdownEditorActions::horizontalRule);
         // clang-format on
     }
@@ -103,28 +100,6 @@ private slots:
         editor.edit.redo();
         editor.undo();
         QCOMPARE(editor.text(), typed);
-    }
-
-    void commandsWithoutTextViewDoNothing()
-    {
-        MarkdownEditorActions actions;
-        int changes = 0;
-        actions.onChange = [&](const QString &) { ++changes; };
-        actions.bold();
-        actions.italic();
-        actions.taskList();
-        actions.quote();
-        actions.link();
-        actions.horizontalRule();
-        QCOMPARE(changes, 0);
-
-        // A view that went away leaves the commands inert as well.
-        auto *edit = new QPlainTextEdit("text");
-        actions.setTextView(new PlainTextEditView(edit));
-        delete edit;
-        QCOMPARE(actions.textView(), nullptr);
-        actions.bold();
-        QCOMPARE(changes, 0);
     }
 
     void commandUpdatesFindState()

@@ -96,9 +96,14 @@ private slots:
                  QStringLiteral("undefinedundefined"));
     }
 
+    // A big page finds its images next to the document; a script that got into it may not read
+    // the document's neighbours or open windows.
     void bigPageWithRelativeImages()
     {
         QTemporaryDir folder;
+        QFile secret(folder.filePath("secret.txt"));
+        QVERIFY(secret.open(QIODevice::WriteOnly) && secret.write("secret") == 6);
+        secret.close();
         QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("img")));
         QImage image(4, 3, QImage::Format_RGB32);
         image.fill(Qt::red);
@@ -131,22 +136,7 @@ private slots:
             view.eval(QStringLiteral("document.querySelectorAll('main > p')[22000].textContent"))
                 .toString(),
             QStringLiteral("Odd text: \"q\" \\ </script> \u2028 😀"));
-    }
 
-    // A script that got into a page may not read the document's neighbours or open windows;
-    // the document's own images still load.
-    void pageScriptsCannotReachLocalFiles()
-    {
-        QTemporaryDir folder;
-        QFile secret(folder.filePath("secret.txt"));
-        QVERIFY(secret.open(QIODevice::WriteOnly) && secret.write("secret") == 6);
-        secret.close();
-        QImage image(4, 3, QImage::Format_RGB32);
-        image.fill(Qt::red);
-        QVERIFY(image.save(folder.filePath("dot.png")));
-        ReaderTestView view;
-        QVERIFY(view.loadPage(ReaderTestPages::render("![dot](dot.png)"),
-                              QUrl::fromLocalFile(folder.path())));
         view.eval("window.__reads = [];"
                   "fetch('secret.txt').then((r) => r.text()).then((t) => __reads.push('fetch:' + "
                   "t), () => __reads.push('fetch refused'));"
@@ -162,7 +152,6 @@ private slots:
                            "textContent || '')")
                      .toString()
                      .contains("secret"));
-        QTRY_COMPARE(view.eval("document.querySelector('main img').naturalWidth").toInt(), 4);
     }
 
     void onlyTheLastLoadReports()

@@ -7,7 +7,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QMenu>
-#include <QMimeData>
 #include <QSignalSpy>
 #include <QTest>
 #include <QWheelEvent>
@@ -309,24 +308,6 @@ private slots:
         menu->actions().at(0)->trigger();
         menu->close();
         QTRY_VERIFY(QApplication::clipboard()->text().contains("Long document"));
-    }
-
-    void dropsAreLeftToTheWindow()
-    {
-        m_bridge->html = ReaderTestPages::observed("# Drops");
-        QVERIFY(m_bridge->show());
-        TarnWebView *view = m_bridge->view.get();
-        QTRY_VERIFY(view->focusProxy());
-        QMimeData files;
-        files.setUrls({QUrl::fromLocalFile("/tmp/dropped.md")});
-        for (QWidget *target : {static_cast<QWidget *>(view), view->focusProxy()}) {
-            QVERIFY(!target->acceptDrops());
-            QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &files, Qt::LeftButton,
-                                  Qt::NoModifier);
-            enter.setAccepted(false);
-            QApplication::sendEvent(target, &enter);
-            QVERIFY(!enter.isAccepted());
-        }
     }
 
 private:
