@@ -96,7 +96,8 @@ OutlinePane::OutlinePane(AppModel &model, QWidget *parent)
     connect(&m_model, &AppModel::themeChanged, this, &OutlinePane::applyTheme);
     connect(&m_model, &AppModel::currentHeadingIDChanged, this, &OutlinePane::updateCurrentHeading);
     applyTheme();
-    setOutline({});
+    // No headings yet; setOutline({}) would return early with nothing changed.
+    m_rows->setVisible(false);
 }
 
 int OutlinePane::indentForLevel(qint64 level)

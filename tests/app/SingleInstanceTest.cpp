@@ -40,15 +40,6 @@ class SingleInstanceTest : public QObject
     Q_OBJECT
 
 private slots:
-    void nobodyListening()
-    {
-        TarnProcesses tarn;
-        SingleInstance instance(tarn.socketPath());
-        QVERIFY(!instance.handOver({"/tmp/a.md"}, 500));
-        QVERIFY(makeStaleSocket(tarn.socketPath()));
-        QVERIFY(!instance.handOver({"/tmp/a.md"}, 500));
-    }
-
     void secondLaunchHandsOver()
     {
         TarnProcesses tarn;
@@ -56,6 +47,7 @@ private slots:
             tarn.file(name, QStringLiteral("# %1\n").arg(name));
         // A crashed instance left its socket behind: the first launch takes it over.
         QVERIFY(makeStaleSocket(tarn.socketPath()));
+        QVERIFY(!SingleInstance(tarn.socketPath()).handOver({"/tmp/a.md"}, 500));
         QProcess *first = tarn.start({"a.md"});
         QTRY_COMPARE_WITH_TIMEOUT(tarn.openedPaths(), QStringList{tarn.path("a.md")},
                                   kStartTimeout);

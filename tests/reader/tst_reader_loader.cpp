@@ -46,29 +46,6 @@ private slots:
         QCOMPARE(readBack, text);
     }
 
-    void folderBaseURL_data()
-    {
-        // clang-format off
-        QTest::addColumn<QString>("given"); // "%1" stands for a temporary folder
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("folder gains a slash") << "file://%1" << "file://%1/";
-        QTest::newRow("file stays") << "file://%1/doc.md" << "file://%1/doc.md";
-        QTest::newRow("remote stays") << "https://example.com/a" << "https://example.com/a";
-        // clang-format on
-    }
-
-    void folderBaseURL()
-    {
-        QFETCH(QString, given);
-        QFETCH(QString, expected);
-        QTemporaryDir folder;
-        QFile doc(folder.filePath(QStringLiteral("doc.md")));
-        QVERIFY(doc.open(QIODevice::WriteOnly));
-        const QString path = folder.path();
-        QCOMPARE(ReaderPageLoader::folderBaseURL(QUrl(given.replace(QStringLiteral("%1"), path))),
-                 QUrl(expected.replace(QStringLiteral("%1"), path)));
-    }
-
     void messagesPostedBeforeTheChannelConnects()
     {
         ReaderTestView view;
@@ -165,10 +142,6 @@ private slots:
         QCOMPARE(view.eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
                  QStringLiteral("Second"));
 
-        view.loader.load(ReaderTestPages::render(QStringLiteral("# Third")), {});
-        QTRY_COMPARE(loaded.size(), 2);
-        QCOMPARE(view.eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
-                 QStringLiteral("Third"));
         QCOMPARE(failed.size(), 0);
     }
 };

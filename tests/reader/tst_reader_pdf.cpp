@@ -126,8 +126,9 @@ private slots:
                  qPrintable(QStringLiteral("%1 x %2 pts").arg(pdf.width).arg(pdf.height)));
     }
 
-    // The whole document in one tall page: images in place before the page is measured (else
-    // the end would be cut off), diagrams drawn, and the last line printed.
+    // The whole document in one tall page, as the reader shows it: images in place before the
+    // page is measured (else the end would be cut off), diagrams drawn, the theme's background
+    // from top to bottom, and the last line printed.
     void wholeDocumentInOnePage()
     {
         QImage tall(300, 2400, QImage::Format_RGB32);
@@ -143,8 +144,9 @@ private slots:
                 "\n\n";
         markdown += "The very last line.";
         const QString path = m_folder.filePath("long.pdf");
-        auto done = startExport(ReaderTestPages::render(markdown), QUrl::fromLocalFile(path),
-                                QUrl::fromLocalFile(m_folder.path() + "/"));
+        auto done =
+            startExport(ReaderTestPages::render(markdown, TarnTheme::dark),
+                        QUrl::fromLocalFile(path), QUrl::fromLocalFile(m_folder.path() + "/"));
         QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 60000);
         QVERIFY2(done->result.ok, qPrintable(done->result.errorString));
 
@@ -158,6 +160,14 @@ private slots:
         images.start("pdfimages", {"-list", path});
         QVERIFY(images.waitForFinished(30000));
         QVERIFY(images.readAllStandardOutput().count(" image ") >= 2);
+        QProcess raster;
+        raster.start("pdftoppm",
+                     {"-r", "24", "-png", "-singlefile", path, m_folder.filePath("long")});
+        QVERIFY(raster.waitForFinished(30000));
+        const QImage image(m_folder.filePath("long.png"));
+        QVERIFY(!image.isNull());
+        for (const QPoint at : {QPoint(2, 2), QPoint(image.width() / 2, image.height() - 3)})
+            QCOMPARE(image.pixelColor(at).name(), QStringLiteral("#191b1c"));
         // Nothing was wrong, so nothing is logged.
         QCOMPARE(newLogLines(), QStringList());
     }
@@ -208,25 +218,6 @@ private slots:
         QVERIFY2(lines.first().contains(path), qPrintable(lines.first()));
         QCOMPARE(lines.first().contains(QStringLiteral("error=")), !error.isEmpty());
         QVERIFY2(lines.first().contains(error), qPrintable(lines.first()));
-    }
-
-    // The PDF shows the page as the reader does: the theme's background over the whole page,
-    // top and bottom, for a page shorter than the minimum height.
-    void printedWithTheScreenRules()
-    {
-        const QString path = m_folder.filePath("theme.pdf");
-        auto done = startExport(ReaderTestPages::render("# Short", TarnTheme::dark),
-                                QUrl::fromLocalFile(path));
-        QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 30000);
-        QVERIFY(done->result.ok);
-        QProcess raster;
-        raster.start("pdftoppm",
-                     {"-r", "24", "-png", "-singlefile", path, m_folder.filePath("theme")});
-        QVERIFY(raster.waitForFinished(30000));
-        const QImage image(m_folder.filePath("theme.png"));
-        QVERIFY(!image.isNull());
-        for (const QPoint at : {QPoint(2, 2), QPoint(image.width() / 2, image.height() - 3)})
-            QCOMPARE(image.pixelColor(at).name(), QStringLiteral("#191b1c"));
     }
 
     void failuresCompleteOnceAndWriteNothing_data()

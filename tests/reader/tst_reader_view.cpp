@@ -5,7 +5,6 @@
 #include "TarnReaderPage.h"
 
 #include <QApplication>
-#include <QClipboard>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QTest>
@@ -23,39 +22,23 @@ private slots:
     void init() { m_bridge = std::make_unique<BridgeHarness>(); }
     void cleanup() { m_bridge.reset(); }
 
-    void reloadsOnlyWhenThePageChanges_data()
-    {
-        // clang-format off
-        QTest::addColumn<int>("theme");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<int>("loads");
-        QTest::newRow("same page") << int(TarnTheme::businessBlue) << "Tarn" << 1;
-        QTest::newRow("theme changed") << int(TarnTheme::dark) << "Tarn" << 2;
-        // clang-format on
-    }
-
     void reloadsOnlyWhenThePageChanges()
     {
-        QFETCH(int, theme);
-        QFETCH(QString, title);
-        QFETCH(int, loads);
         const QString markdown = QStringLiteral("# Hello\n\nSome alpha text.");
         m_bridge->html = ReaderTestPages::observed(markdown);
         QVERIFY(m_bridge->show());
         m_bridge->eval(QStringLiteral("window.__marker = 'first load'; true;"));
+        m_bridge->update();
+        QCOMPARE(m_bridge->view->loadCount(), 1);
+        QCOMPARE(m_bridge->eval(QStringLiteral("window.__marker")).toString(), "first load");
 
-        m_bridge->html = ReaderTestPages::observed(markdown, TarnTheme(theme), title);
+        m_bridge->html = ReaderTestPages::observed(markdown, TarnTheme::dark, "Other");
         m_bridge->update();
         m_bridge->update();
-        QCOMPARE(m_bridge->view->loadCount(), loads);
-        if (loads == 1) {
-            QCOMPARE(m_bridge->eval(QStringLiteral("window.__marker")).toString(), "first load");
-            return;
-        }
+        QCOMPARE(m_bridge->view->loadCount(), 2);
         QVERIFY(m_bridge->waitForReady());
-        QCOMPARE(m_bridge->eval(QStringLiteral("document.title")).toString(), title);
+        QCOMPARE(m_bridge->eval(QStringLiteral("document.title")).toString(), "Other");
         QVERIFY(m_bridge->eval(QStringLiteral("window.__marker")).isNull());
-        QCOMPARE(m_bridge->view->lastHTML(), m_bridge->html);
     }
 
     void restoresSearchOrPositionAfterLoad_data()
@@ -284,18 +267,14 @@ private slots:
         QCOMPARE(view->readerZoomFactor(), 1.0);
     }
 
-    void contextMenuCopiesAndSelectsAll()
+    void contextMenuOffersCopyAndSelectAll()
     {
         TarnWebView *view = showActive();
         QVERIFY(view);
-        QApplication::clipboard()->clear();
         // A real right click: the engine asks the view for its menu.
-        auto popUp = [view] {
-            QTest::mouseClick(view->focusProxy(), Qt::RightButton, {},
-                              view->focusProxy()->rect().center());
-            QTRY_VERIFY(qobject_cast<QMenu *>(QApplication::activePopupWidget()));
-        };
-        popUp();
+        QTest::mouseClick(view->focusProxy(), Qt::RightButton, {},
+                          view->focusProxy()->rect().center());
+        QTRY_VERIFY(qobject_cast<QMenu *>(QApplication::activePopupWidget()));
         auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
         QCOMPARE(menu->actions(),
                  (QList<QAction *>{view->page()->action(QWebEnginePage::Copy),
@@ -303,11 +282,6 @@ private slots:
         menu->actions().at(1)->trigger();
         menu->close();
         QTRY_VERIFY(m_bridge->eval("String(window.getSelection())").toString().contains("Part 8"));
-        popUp();
-        menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        menu->actions().at(0)->trigger();
-        menu->close();
-        QTRY_VERIFY(QApplication::clipboard()->text().contains("Long document"));
     }
 
 private:
