@@ -3,6 +3,7 @@
 
 #include "RecentDocuments.h"
 
+#include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDesktopServices>
@@ -95,4 +96,9 @@ void QtPlatform::noteRecentDocument(const QUrl &url)
 {
     const QString mimeType = QMimeDatabase().mimeTypeForFile(url.toLocalFile()).name();
     RecentDocuments::add(RecentDocuments::defaultPath(), url, mimeType);
+}
+
+bool QtPlatform::isShowingModalDialog() const
+{
+    return QApplication::activeModalWidget() != nullptr;
 }

@@ -18,6 +18,7 @@ public:
     void openWithDefaultHandler(const QUrl &url) override;
     void revealInFileManager(const QString &path) override;
     void noteRecentDocument(const QUrl &url) override;
+    bool isShowingModalDialog() const override;
 
 private:
     QPointer<QWidget> m_window;

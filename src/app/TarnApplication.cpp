@@ -4,6 +4,8 @@
 #include "AppModel.h"
 #include "ContactWindow.h"
 #include "ContentView.h"
+#include "DraftKeeper.h"
+#include "DraftStore.h"
 #include "MainMenu.h"
 #include "MainWindow.h"
 #include "QtPlatform.h"
@@ -11,6 +13,7 @@
 #include "TarnIcons.h"
 #include "TarnPdfExportService.h"
 #include "TarnUsageLogger.h"
+#include "TerminationSignals.h"
 #include "TopToolbar.h"
 #include "WebEngineProcess.h"
 #include "WindowChrome.h"
@@ -46,12 +49,14 @@ void installQtTranslations(QApplication &app)
 
 TarnApplication::TarnApplication(QSettings &settings, Platform &platform,
                                  PdfExportService &pdfExporter, TarnUsageLogger &logger,
-                                 QObject *parent)
+                                 DraftStore *drafts, QObject *parent)
     : QObject(parent)
     , m_platform(platform)
     , m_logger(logger)
     , m_model(std::make_unique<AppModel>(settings, platform, pdfExporter, logger))
 {
+    if (drafts && drafts->isAcquired())
+        m_draftKeeper = std::make_unique<DraftKeeper>(*m_model, *drafts);
     m_menu = new MainMenu(*m_model, this);
     connect(m_menu, &MainMenu::aboutRequested, this, &TarnApplication::showAbout);
     connect(m_menu, &MainMenu::contactRequested, this, &TarnApplication::showContactWindow);
@@ -118,8 +123,17 @@ void TarnApplication::launch(const QStringList &files)
     const QList<QUrl> urls = launchURLs(files);
     if (!urls.isEmpty())
         m_model->openURLs(urls, false);
+    // After the command line's files, so that opening them does not ask about a recovered draft.
+    if (m_draftKeeper)
+        m_draftKeeper->restore();
     m_menu->scheduleLocalization(window->menuBar());
     showMainContentWindow(true);
+}
+
+void TarnApplication::writeDraftsNow()
+{
+    if (m_draftKeeper)
+        m_draftKeeper->writeAllNow();
 }
 
 void TarnApplication::openFromAnotherLaunch(const QStringList &files)
@@ -245,13 +259,24 @@ int TarnApplication::run(int &argc, char **argv, const QStringList &files)
                        QStringLiteral("tarn"));
     QtPlatform platform;
     TarnPdfExportService pdfExporter;
-    TarnApplication tarn(settings, platform, pdfExporter, TarnUsageLogger::shared());
+    DraftStore drafts(DraftStore::defaultFolder());
+    if (!drafts.acquire())
+        qWarning("tarn: %s is in use by another Tarn; unsaved edits of this window cannot be "
+                 "recovered after a crash",
+                 qUtf8Printable(drafts.folder()));
+    TarnApplication tarn(settings, platform, pdfExporter, TarnUsageLogger::shared(), &drafts);
+    TerminationSignals termination;
+    connect(&termination, &TerminationSignals::received, &tarn, [&tarn] {
+        tarn.writeDraftsNow();
+        QCoreApplication::exit(0);
+    });
     connect(&tarn, &TarnApplication::mainWindowCreated, &tarn,
             [&platform](MainWindow *window) { platform.setWindow(window); });
     connect(&instance, &SingleInstance::activationRequested, &tarn,
             &TarnApplication::openFromAnotherLaunch);
-    // Logging out asks about unsaved drafts like quitting does.
+    // Logging out keeps the drafts, then asks about them like quitting does.
     connect(&app, &QGuiApplication::commitDataRequest, &tarn, [&tarn](QSessionManager &manager) {
+        tarn.writeDraftsNow();
         if (manager.allowsInteraction() && !tarn.model().confirmBeforeTerminating())
             manager.cancel();
         manager.release();

@@ -15,6 +15,8 @@
 #include <memory>
 
 class AppModel;
+class DraftKeeper;
+class DraftStore;
 class QApplication;
 class MainMenu;
 class Platform;
@@ -33,14 +35,19 @@ public:
     // Names, style and Qt's Chinese translations; call once the application object exists.
     static void configureApplication(QApplication &app);
 
-    // Every collaborator must outlive this object. Needs a QApplication.
+    // Every collaborator must outlive this object. Needs a QApplication. With `drafts`, unsaved
+    // edits are kept there for recovery after a crash, and the launch brings back what a
+    // crashed Tarn left.
     TarnApplication(QSettings &settings, Platform &platform, PdfExportService &pdfExporter,
-                    TarnUsageLogger &logger, QObject *parent = nullptr);
+                    TarnUsageLogger &logger, DraftStore *drafts = nullptr,
+                    QObject *parent = nullptr);
     ~TarnApplication() override;
 
-    // The launch steps: log, icon, menu bar, window, files from the command line, menu
-    // localisation, and the window brought to the front.
+    // The launch steps: log, icon, menu bar, window, files from the command line, recovered
+    // drafts, menu localisation, and the window brought to the front.
     void launch(const QStringList &files);
+    // Before the process ends on a signal or a logout: every unsaved draft on disk now.
+    void writeDraftsNow();
     // Another launch asked to open `files` (absolute paths) and to be shown. While a dialog is
     // open the files wait, so that nothing changes underneath it.
     void openFromAnotherLaunch(const QStringList &files);
@@ -70,6 +77,7 @@ private:
     Platform &m_platform;
     TarnUsageLogger &m_logger;
     std::unique_ptr<AppModel> m_model;
+    std::unique_ptr<DraftKeeper> m_draftKeeper;
     MainMenu *m_menu = nullptr;
     QPointer<MainWindow> m_window;
     QPointer<ContactWindow> m_contact;

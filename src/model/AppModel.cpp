@@ -24,6 +24,7 @@ AppModel::AppModel(QSettings &settings, Platform &platform, PdfExportService &pd
     m_storedFiles = ModelSettings::readStoredFiles(m_settings);
     ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
     m_readPositions = ModelSettings::readReadPositions(m_settings);
+    startWatchingFiles();
 }
 
 AppModel::~AppModel() = default;
@@ -154,6 +155,7 @@ void AppModel::closeTab(TarnDocument *document)
     const bool wasSelected = document->id() == m_selectedTabID;
     m_tabs.removeAt(position);
     emit tabsChanged();
+    updateWatchedPaths();
     document->deleteLater(); // views may still hold it until they have seen tabsChanged
     if (!wasSelected)
         return;
@@ -176,8 +178,10 @@ void AppModel::toggleEditing()
     if (!document)
         return;
     if (!m_isEditing) {
-        document->setDraft(document->content());
-        document->setDirty(false);
+        // An unsaved draft (recovered after a crash, or kept over a change on disk) is the
+        // user's text and stays; otherwise editing starts from the saved text.
+        if (!document->isDirty())
+            document->setDraft(document->content());
         setEditing(true);
         return;
     }
@@ -239,6 +243,7 @@ void AppModel::appendTab(TarnDocument *document)
     });
     m_tabs.append(document);
     emit tabsChanged();
+    updateWatchedPaths();
 }
 
 TarnDocument *AppModel::documentWithPath(const QString &path) const

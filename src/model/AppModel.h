@@ -3,6 +3,7 @@
 #pragma once
 
 #include "AppModelTypes.h"
+#include "DraftStore.h"
 #include "StoredFile.h"
 #include "TarnClock.h"
 #include "TarnDocument.h"
@@ -11,6 +12,7 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <QUrl>
 #include <QUuid>
@@ -19,6 +21,8 @@
 
 class Platform;
 class PdfExportService;
+class QFileSystemWatcher;
+class QTimer;
 class QSettings;
 class TarnUsageLogger;
 
@@ -118,6 +122,9 @@ public:
     // True when the caller may go on: the document is clean, was saved, or its edit discarded.
     bool confirmDirtyDocument(TarnDocument *document);
     bool confirmBeforeTerminating();
+    // Opens the drafts that survived a crash as unsaved tabs, the last in the editor, and says
+    // which files they are.
+    void restoreDrafts(const QList<RecoveredDraft> &drafts);
     void rememberScroll(TarnDocument *document, double y);
     void toggleOutline();
 
@@ -184,6 +191,14 @@ private:
     QString exportedPage(TarnDocument *document) const;
     void finishPdfExport(const QString &file, const QString &output, bool ok, const QString &error);
     std::optional<QByteArray> makeBookmark(const QString &path);
+    // Open files follow changes on disk.
+    void startWatchingFiles();
+    void updateWatchedPaths();
+    void onWatchedDirectoryChanged(const QString &folder);
+    void scheduleDiskCheck(const QString &path);
+    void checkScheduledPaths();
+    void checkDocumentOnDisk(const QString &path);
+    void askAboutChangeOnDisk(TarnDocument *document, const QString &diskText);
 
     QSettings &m_settings;
     Platform &m_platform;
@@ -206,4 +221,8 @@ private:
     std::optional<AppAlert> m_alert;
     TarnTheme m_theme = TarnTheme::businessBlue;
     QHash<QString, double> m_readPositions;
+    QFileSystemWatcher *m_watcher = nullptr;
+    QTimer *m_diskCheckTimer = nullptr;
+    QSet<QString> m_scheduledDiskChecks;
+    bool m_askingAboutDisk = false;
 };

@@ -63,6 +63,8 @@ public:
     // Shows the file selected in a file manager window; need not check that it exists.
     virtual void revealInFileManager(const QString &path) = 0;
     virtual void noteRecentDocument(const QUrl &url) = 0;
+    // True while a modal dialog waits for the user; questions of the model's own wait for it.
+    virtual bool isShowingModalDialog() const { return false; }
 
     // Persistent access grants for files outside a sandbox. Linux has none, so the defaults
     // report "no bookmark" and callers fall back to plain paths.

@@ -35,6 +35,7 @@ QUrl TarnDocument::baseURL() const
 void TarnDocument::setContent(const QString &content)
 {
     m_content = content;
+    m_missingOnDisk = false;
     emit contentChanged();
 }
 
@@ -59,13 +60,19 @@ void TarnDocument::setDraft(const QString &draft)
 void TarnDocument::updateDraft(const QString &text)
 {
     setDraft(text);
-    setDirty(!canonicallyEqual(m_draft, m_content));
+    setDirty(m_missingOnDisk || !canonicallyEqual(m_draft, m_content));
 }
 
 void TarnDocument::discardDraft()
 {
     setDraft(m_content);
     setDirty(false);
+}
+
+void TarnDocument::setMissingOnDisk(bool missing)
+{
+    m_missingOnDisk = missing;
+    setDirty(missing || !canonicallyEqual(m_draft, m_content));
 }
 
 QString TarnDocument::displayTitle(const QString &fileName)

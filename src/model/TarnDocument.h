@@ -23,6 +23,8 @@ public:
     QString content() const { return m_content; }
     QString draft() const { return m_draft; }
     bool isDirty() const { return m_isDirty; }
+    // The file is gone from disk: the tab counts as unsaved until it is written again.
+    bool isMissingOnDisk() const { return m_missingOnDisk; }
     double scrollY() const { return m_scrollY; }
 
     QString fileName() const;
@@ -30,6 +32,7 @@ public:
     QUrl baseURL() const;
 
     // Setters notify on every call, even when the value is unchanged: observers rely on it.
+    // The content is the text on disk, so setting it also ends a missing file.
     void setContent(const QString &content);
     void setDirty(bool dirty);
     void setScrollY(double y);
@@ -38,6 +41,7 @@ public:
 
     void updateDraft(const QString &text);
     void discardDraft();
+    void setMissingOnDisk(bool missing);
 
     static QString displayTitle(const QString &fileName);
     // Full string equality under Unicode canonical equivalence.
@@ -55,5 +59,6 @@ private:
     QString m_content;
     QString m_draft;
     bool m_isDirty = false;
+    bool m_missingOnDisk = false;
     double m_scrollY = 0;
 };

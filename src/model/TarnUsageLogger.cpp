@@ -2,6 +2,7 @@
 #include "TarnUsageLogger.h"
 
 #include "Platform.h"
+#include "StateHome.h"
 
 #include <QDir>
 #include <QFile>
@@ -211,12 +212,7 @@ QString TarnUsageLogger::defaultFolder()
     const QString overridden = qEnvironmentVariable("TARN_LOG_DIR");
     if (!overridden.isEmpty())
         return overridden;
-    QString state = qEnvironmentVariable("XDG_STATE_HOME");
-    // Relative values are invalid by the XDG rules and must be ignored.
-    if (state.isEmpty() || QDir::isRelativePath(state)) {
-        const QString home = qEnvironmentVariable("HOME");
-        state = home.isEmpty() ? QString() : QDir(home).filePath(QStringLiteral(".local/state"));
-    }
+    const QString state = xdgStateHome();
     if (state.isEmpty())
         return QDir(QDir::tempPath()).filePath(QStringLiteral("TarnLogs"));
     return QDir(state).filePath(QStringLiteral("Logs/Tarn"));

@@ -12,6 +12,8 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#include <csignal>
+
 namespace {
 
 constexpr int kTimeout = 60000;
@@ -38,6 +40,28 @@ QStringList windowsOf(qint64 pid)
 QString windowName(const QString &window)
 {
     return xdotool({QStringLiteral("getwindowname"), window});
+}
+
+// The visible window of `process` called `name`, or "" while there is none.
+QString windowNamed(const QProcess *process, const QString &name)
+{
+    for (const QString &candidate : windowsOf(process->processId())) {
+        if (windowName(candidate) == name)
+            return candidate;
+    }
+    return QString();
+}
+
+// Everything the recovery files in `folder` hold.
+QByteArray recoveryFiles(const QString &folder)
+{
+    QByteArray all;
+    for (const QFileInfo &file : QDir(folder).entryInfoList({QStringLiteral("draft-*.json")})) {
+        QFile in(file.filePath());
+        if (in.open(QIODevice::ReadOnly))
+            all += in.readAll();
+    }
+    return all;
 }
 
 QSize windowSize(const QString &window)
@@ -91,6 +115,7 @@ class EndToEndTest : public QObject
 private slots:
     void initTestCase();
     void readEditSearchExportQuit();
+    void unsavedEditsSurviveKillAndTerm();
 
 private:
     // Chooses an item of a toolbar menu and answers the save panel it opens with `output`.
@@ -150,15 +175,7 @@ void EndToEndTest::readEditSearchExportQuit()
     QProcess *process = tarn.start({QStringLiteral("a.md"), QStringLiteral("b.md")});
     QVERIFY(process->waitForStarted());
     QString window;
-    QTRY_VERIFY_WITH_TIMEOUT(
-        [&] {
-            for (const QString &candidate : windowsOf(process->processId())) {
-                if (windowName(candidate) == QStringLiteral("b — Tarn"))
-                    window = candidate;
-            }
-            return !window.isEmpty();
-        }(),
-        kTimeout);
+    QTRY_VERIFY_WITH_TIMEOUT(!(window = windowNamed(process, "b — Tarn")).isEmpty(), kTimeout);
     QTRY_COMPARE_WITH_TIMEOUT(tarn.openedPaths(), (QStringList{a, b}), kTimeout);
 
     // The window's content is 1180 × 760 below the menu bar; the tab bar (34) comes first,
@@ -229,6 +246,56 @@ void EndToEndTest::readEditSearchExportQuit()
     }
     for (const QString &event : events)
         QVERIFY2(!event.endsWith(QLatin1String(".failure")), qPrintable(event));
+}
+
+// Typing, then SIGKILL: the next launch brings the draft back in an unsaved tab and says so.
+// Typing again, then SIGTERM at once: what was just typed is written before the process ends.
+// The user's own file is never touched.
+void EndToEndTest::unsavedEditsSurviveKillAndTerm()
+{
+    TarnProcesses tarn(QStringLiteral("xcb"));
+    tarn.environment.remove(QStringLiteral("XDG_CURRENT_DESKTOP"));
+    const QByteArray saved = "# Alpha\n\nSaved text.\n";
+    const QString a = tarn.file(QStringLiteral("a.md"), QString::fromUtf8(saved));
+    const QString drafts = tarn.path(QStringLiteral("state/Tarn/Drafts"));
+
+    QProcess *first = tarn.start({QStringLiteral("a.md")});
+    QString window;
+    QTRY_VERIFY_WITH_TIMEOUT(!(window = windowNamed(first, "a — Tarn")).isEmpty(), kTimeout);
+    keys(window, {QStringLiteral("ctrl+e"), QStringLiteral("ctrl+End")});
+    type(QStringLiteral("Typed before the crash."));
+    QTRY_VERIFY_WITH_TIMEOUT(recoveryFiles(drafts).contains("Typed before the crash."), kTimeout);
+    QCOMPARE(::kill(pid_t(first->processId()), SIGKILL), 0);
+    QVERIFY(first->waitForFinished(kTimeout));
+
+    QProcess *second = tarn.start({});
+    QTRY_VERIFY_WITH_TIMEOUT(!(window = windowNamed(second, "a* — Tarn")).isEmpty(), kTimeout);
+    QString alert;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+            const QStringList windows = windowsOf(second->processId());
+            alert = windows.size() == 2 ? windows.at(windows.at(0) == window ? 1 : 0) : QString();
+            return !alert.isEmpty();
+        }(),
+        kTimeout);
+    const QList<LogLine> recovered = tarn.log();
+    QVERIFY(std::any_of(recovered.begin(), recovered.end(), [&](const LogLine &line) {
+        return line.event == "draft.recovered" && line.metadata.value("path") == a;
+    }));
+    keys(alert, {QStringLiteral("Return")});
+    QTRY_VERIFY_WITH_TIMEOUT(windowsOf(second->processId()) == QStringList{window}, kTimeout);
+
+    keys(window, {QStringLiteral("ctrl+End")});
+    type(QStringLiteral(" And after."));
+    // Lets the typed keys through before the signal; End changes nothing.
+    keys(window, {QStringLiteral("End"), QStringLiteral("End")});
+    second->terminate();
+    QVERIFY(second->waitForFinished(kTimeout));
+    QCOMPARE(second->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(second->exitCode(), 0);
+    QVERIFY2(recoveryFiles(drafts).contains("Saved text.\\nTyped before the crash. And after."),
+             recoveryFiles(drafts).constData());
+    QCOMPARE(readAll(a), saved);
 }
 
 QTEST_GUILESS_MAIN(EndToEndTest)

@@ -158,6 +158,19 @@ private slots:
         QCOMPARE(f.app.settings->value("tarn.theme").toString(), QStringLiteral("warm"));
     }
 
+    // A window made while a theme is stored shows it at once, its tabs too.
+    void startsInTheStoredTheme()
+    {
+        AppHarness app("[General]\ntarn.theme=dark\n");
+        app.open({"a.md", "b.md"});
+        MainWindow window(*app.model);
+        QCOMPARE(window.palette().color(QPalette::Window),
+                 WindowChrome::palette(TarnTheme::dark).color(QPalette::Window));
+        const QList<TabItem *> items = window.contentView()->tabBar()->tabItems();
+        QCOMPARE(items.at(0)->titleLabel()->palette().color(QPalette::WindowText),
+                 WindowChrome::secondaryText(TarnTheme::dark));
+    }
+
     void searchControl_data()
     {
         QTest::addColumn<QString>("query");
@@ -278,8 +291,11 @@ private slots:
         QCOMPARE(f.app.model->selectedDocument(), items[0]->document());
         QVERIFY(items[0]->isSelected() && !items[2]->isSelected());
         QCOMPARE(f.window.windowTitle(), QStringLiteral("one[*] — Tarn"));
-        QCOMPARE(items[0]->backgroundColor(), TabItem::backgroundColor(f.app.model->theme(), true));
-        QVERIFY(items[0]->backgroundColor() != items[1]->backgroundColor());
+        const TarnTheme theme = f.app.model->theme();
+        QCOMPARE(items[0]->titleLabel()->palette().color(QPalette::WindowText),
+                 WindowChrome::primaryText(theme));
+        QCOMPARE(items[2]->titleLabel()->palette().color(QPalette::WindowText),
+                 WindowChrome::secondaryText(theme));
 
         QVERIFY(!items[0]->dirtyDot()->isVisible());
         makeSelectedDirty(*f.app.model);

@@ -149,15 +149,16 @@ private slots:
         QCOMPARE(h.model->selectedDocument()->fileName(), QStringLiteral("chosen.md"));
     }
 
-    void toggleEditingResetsTheDraft()
+    // An unsaved draft outside editing (recovered, or kept over a change on disk) is the user's
+    // text: editing starts from it, and leaving asks.
+    void toggleEditingKeepsAnUnsavedDraft()
     {
         ModelHarness h;
         TarnDocument *document = openTabs(h, 1).at(0);
-        document->updateDraft("stale draft");
+        document->updateDraft("recovered draft");
         h.model->toggleEditing();
         QVERIFY(h.model->isEditing());
-        QCOMPARE(document->draft(), QStringLiteral("text 0"));
-        document->updateDraft("typed");
+        QCOMPARE(document->draft(), QStringLiteral("recovered draft"));
         h.platform.alertAnswers = {2};
         h.model->toggleEditing();
         QVERIFY(h.model->isEditing()); // cancelled: stays in editing

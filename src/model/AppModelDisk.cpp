@@ -1,0 +1,189 @@
+// AppModel and the disk after opening: open files follow changes made by other programs, and
+// drafts that survived a crash come back as unsaved tabs.
+#include "AppModel.h"
+
+#include "Platform.h"
+#include "TarnUsageLogger.h"
+#include "TextFileReader.h"
+
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QPointer>
+#include <QTimer>
+
+namespace {
+
+// Editors write in bursts (truncate, write, rename): one look once the burst is over.
+constexpr int diskCheckDelayMs = 250;
+
+QString folderOf(const QString &path)
+{
+    return QFileInfo(path).absolutePath();
+}
+
+} // namespace
+
+void AppModel::startWatchingFiles()
+{
+    m_watcher = new QFileSystemWatcher(this);
+    m_diskCheckTimer = new QTimer(this);
+    m_diskCheckTimer->setSingleShot(true);
+    m_diskCheckTimer->setInterval(diskCheckDelayMs);
+    connect(m_watcher, &QFileSystemWatcher::fileChanged, this, &AppModel::scheduleDiskCheck);
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this,
+            &AppModel::onWatchedDirectoryChanged);
+    connect(m_diskCheckTimer, &QTimer::timeout, this, &AppModel::checkScheduledPaths);
+}
+
+void AppModel::updateWatchedPaths()
+{
+    // The folders too: a file replaced by renaming another over it, or deleted and made
+    // again, is no longer the one the watch was on.
+    QSet<QString> wanted;
+    for (const TarnDocument *document : std::as_const(m_tabs)) {
+        const QString path = document->url().toLocalFile();
+        if (QFileInfo::exists(path))
+            wanted.insert(path);
+        if (QFileInfo::exists(folderOf(path)))
+            wanted.insert(folderOf(path));
+    }
+    QStringList watched = m_watcher->files() + m_watcher->directories();
+    QStringList stale;
+    for (const QString &path : std::as_const(watched)) {
+        if (!wanted.remove(path))
+            stale << path;
+    }
+    if (!stale.isEmpty())
+        m_watcher->removePaths(stale);
+    if (!wanted.isEmpty())
+        m_watcher->addPaths(QStringList(wanted.begin(), wanted.end()));
+}
+
+void AppModel::onWatchedDirectoryChanged(const QString &folder)
+{
+    const QStringList watchedFiles = m_watcher->files();
+    for (const TarnDocument *document : std::as_const(m_tabs)) {
+        const QString path = document->url().toLocalFile();
+        if (folderOf(path) != folder)
+            continue;
+        const bool exists = QFileInfo::exists(path);
+        // A new file under the old name, or a file gone: other changes reach the file's watch.
+        if (exists != watchedFiles.contains(path) || exists == document->isMissingOnDisk())
+            scheduleDiskCheck(path);
+    }
+}
+
+void AppModel::scheduleDiskCheck(const QString &path)
+{
+    m_scheduledDiskChecks.insert(path);
+    m_diskCheckTimer->start();
+}
+
+void AppModel::checkScheduledPaths()
+{
+    // One question at a time, and none on top of another dialog.
+    if (m_askingAboutDisk || m_platform.isShowingModalDialog()) {
+        m_diskCheckTimer->start();
+        return;
+    }
+    const QSet<QString> paths = std::exchange(m_scheduledDiskChecks, {});
+    for (const QString &path : paths)
+        checkDocumentOnDisk(path);
+    updateWatchedPaths();
+}
+
+void AppModel::checkDocumentOnDisk(const QString &path)
+{
+    TarnDocument *document = documentWithPath(path);
+    if (!document)
+        return;
+    const QMap<QString, QString> fileAndPath{{QStringLiteral("file"), document->fileName()},
+                                             {QStringLiteral("path"), path}};
+    if (!QFileInfo::exists(path)) {
+        if (!document->isMissingOnDisk()) {
+            document->setMissingOnDisk(true);
+            log(QStringLiteral("file.missing.external"), fileAndPath);
+        }
+        return;
+    }
+    const TextFileReadResult read = TextFileReader::read(path);
+    // Tarn's own saves end here, and so does a file still half written: its next change
+    // brings another look.
+    if (!read.ok || (read.text == document->content() && !document->isMissingOnDisk()))
+        return;
+    const bool edited = !TarnDocument::canonicallyEqual(document->draft(), document->content());
+    if (!edited) {
+        document->setContent(read.text);
+        document->discardDraft();
+        log(QStringLiteral("file.reload.external"), fileAndPath);
+    } else if (read.text == document->content()) {
+        document->setContent(read.text); // the file is back as it was
+        document->setDirty(true);
+    } else {
+        askAboutChangeOnDisk(document, read.text);
+    }
+}
+
+void AppModel::askAboutChangeOnDisk(TarnDocument *document, const QString &diskText)
+{
+    ModalAlert alert;
+    alert.style = AlertStyle::warning;
+    alert.message = QStringLiteral("文件已在磁盘上更改");
+    alert.informativeText = QStringLiteral("“%1”已被其他程序修改，你在 Tarn 中还有未保存的修改。")
+                                .arg(document->fileName());
+    alert.buttons = {QStringLiteral("保留我的修改"), QStringLiteral("载入磁盘上的版本")};
+    const QPointer<TarnDocument> asked = document;
+    m_askingAboutDisk = true;
+    const int answer = m_platform.runModalAlert(alert);
+    m_askingAboutDisk = false;
+    if (!asked || !m_tabs.contains(asked))
+        return;
+    // The file may have changed again while the question was open.
+    const QString path = asked->url().toLocalFile();
+    const TextFileReadResult now = TextFileReader::read(path);
+    const QString text = now.ok ? now.text : diskText;
+    asked->setContent(text);
+    if (answer == 1) {
+        asked->discardDraft();
+        log(QStringLiteral("file.reload.external"),
+            {{QStringLiteral("file"), asked->fileName()}, {QStringLiteral("path"), path}});
+    } else {
+        // The draft stays; whether it is unsaved is now measured against the disk.
+        asked->setDirty(!TarnDocument::canonicallyEqual(asked->draft(), text));
+    }
+}
+
+void AppModel::restoreDrafts(const QList<RecoveredDraft> &drafts)
+{
+    QStringList names;
+    TarnDocument *last = nullptr;
+    for (const RecoveredDraft &draft : drafts) {
+        TarnDocument *document = documentWithPath(draft.path);
+        if (!document && QFileInfo::exists(draft.path)) {
+            openURL(QUrl::fromLocalFile(draft.path));
+            document = documentWithPath(draft.path);
+        } else if (!document) {
+            // The file is gone: the tab still opens with the recovered text; saving makes it.
+            document = new TarnDocument(QUrl::fromLocalFile(draft.path), QString(),
+                                        m_readPositions.value(draft.path, 0.0));
+            appendTab(document);
+            document->setMissingOnDisk(true);
+        }
+        if (!document)
+            continue; // unreadable now: its recovery file is kept for a later launch
+        document->updateDraft(draft.draft);
+        names << document->fileName();
+        last = document;
+        log(QStringLiteral("draft.recovered"),
+            {{QStringLiteral("file"), document->fileName()}, {QStringLiteral("path"), draft.path}});
+    }
+    if (!last)
+        return;
+    setSelectedTabID(last->id());
+    resetSearchResults();
+    setEditing(true);
+    showAlert(
+        QStringLiteral("已恢复未保存的修改"),
+        QStringLiteral("Tarn 上次没有正常退出，以下文件的未保存修改已恢复，请检查后保存：\n") +
+            names.join(u'\n'));
+}
