@@ -226,7 +226,8 @@ void TarnApplication::configureApplication(QApplication &app)
     QApplication::setApplicationName(QStringLiteral("tarn"));
     QApplication::setApplicationDisplayName(QStringLiteral("Tarn"));
     QApplication::setApplicationVersion(version());
-    QApplication::setDesktopFileName(QStringLiteral("tarn"));
+    // The desktop entry's name, which Wayland compositors match windows with.
+    QApplication::setDesktopFileName(QStringLiteral("io.github.tarnapp.Tarn"));
     QApplication::setQuitOnLastWindowClosed(false);
     // The themes paint the whole window through its palette, which Fusion follows everywhere.
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));

@@ -40,6 +40,30 @@ class SingleInstanceTest : public QObject
     Q_OBJECT
 
 private slots:
+    // One Tarn per user and session: a Wayland session's display wins over its Xwayland one,
+    // and a Wayland session without X still has a key of its own.
+    void keyPerSession_data()
+    {
+        QTest::addColumn<QString>("wayland");
+        QTest::addColumn<QString>("x11");
+        QTest::addColumn<QString>("suffix");
+        QTest::newRow("X only") << "" << ":1" << "-_1";
+        QTest::newRow("Wayland only") << "wayland-0" << "" << "-wayland_0";
+        QTest::newRow("both") << "wayland-1" << ":0" << "-wayland_1";
+    }
+    void keyPerSession()
+    {
+        QFETCH(QString, wayland);
+        QFETCH(QString, x11);
+        const QByteArray saved[] = {qgetenv("WAYLAND_DISPLAY"), qgetenv("DISPLAY")};
+        qputenv("WAYLAND_DISPLAY", wayland.toUtf8());
+        qputenv("DISPLAY", x11.toUtf8());
+        const QString key = SingleInstance::defaultKey();
+        qputenv("WAYLAND_DISPLAY", saved[0]);
+        qputenv("DISPLAY", saved[1]);
+        QTEST(key.mid(key.indexOf(u'-', 5)), "suffix");
+    }
+
     void secondLaunchHandsOver()
     {
         TarnProcesses tarn;

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -72,6 +73,25 @@ private slots:
         QCOMPARE(result.exitCode, exitCode);
         QVERIFY2(QString::fromUtf8(result.out).contains(outContains), result.out.constData());
         QVERIFY2(QString::fromUtf8(result.err).contains(errContains), result.err.constData());
+    }
+
+    // The manual page describes every option that --help lists.
+    void manualPageHasEveryOption()
+    {
+        QFile page(QStringLiteral(TARN_MAN_PAGE));
+        QVERIFY(page.open(QIODevice::ReadOnly));
+        const QString manual = QString::fromUtf8(page.readAll()).replace("\\-", "-"); // roff
+        static const QRegularExpression option("(?<![\\w-])(--?[A-Za-z][\\w-]*)");
+        QStringList options;
+        for (const QRegularExpressionMatch &match : option.globalMatch(QString::fromUtf8(run({"--help"}).out)))
+            options << match.captured(1);
+        options.removeDuplicates();
+        QVERIFY2(options.size() >= 10, qPrintable(options.join(' ')));
+        for (const QString &name : std::as_const(options)) {
+            const QRegularExpression mention("(?<![\\w-])" + QRegularExpression::escape(name) +
+                                             "(?![\\w-])");
+            QVERIFY2(mention.match(manual).hasMatch(), qPrintable(name));
+        }
     }
 
     void singleConversions()
