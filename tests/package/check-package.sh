@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Builds the Debian package from the build tree given as $1 and checks what it holds, its
+# Builds the Debian package (CPack; dpkg-shlibdeps, which needs file(1)) from the build tree given as $1 and checks what it holds, its
 # dependencies, and that its desktop metadata validates. Exits 77 (skipped) when the packaging
 # tools are missing.
 set -euo pipefail
 build=$1
 id=io.github.tarnapp.Tarn
-for tool in cpack dpkg-deb dpkg-shlibdeps appstreamcli desktop-file-validate; do
+for tool in cpack dpkg-deb dpkg-shlibdeps file appstreamcli desktop-file-validate; do
     if ! command -v "$tool" >/dev/null 2>&1; then
         echo "skipped: $tool is missing (scripts/setup installs the packaging tools)"
         exit 77
