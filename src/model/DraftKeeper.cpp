@@ -36,7 +36,7 @@ void DraftKeeper::watchNewDocuments()
 
 void DraftKeeper::onDirtyChanged(TarnDocument *document)
 {
-    const QString path = document->url().toLocalFile();
+    // Runs on every keystroke: only a list lookup and a timer check while typing.
     if (document->isDirty()) {
         if (!m_changed.contains(document))
             m_changed.append(document);
@@ -46,6 +46,7 @@ void DraftKeeper::onDirtyChanged(TarnDocument *document)
     }
     // Saved, discarded, or typed back to the saved text.
     m_changed.removeAll(document);
+    const QString path = document->url().toLocalFile();
     if (m_kept.remove(path))
         m_store.remove(path);
 }
