@@ -47,20 +47,26 @@ private slots:
         QTest::addColumn<QString>("wayland");
         QTest::addColumn<QString>("x11");
         QTest::addColumn<QString>("suffix");
+        // clang-format off
         QTest::newRow("X only") << "" << ":1" << "-_1";
         QTest::newRow("Wayland only") << "wayland-0" << "" << "-wayland_0";
         QTest::newRow("both") << "wayland-1" << ":0" << "-wayland_1";
+        // clang-format on
     }
     void keyPerSession()
     {
         QFETCH(QString, wayland);
         QFETCH(QString, x11);
+        // An empty value stands for an unset variable, as in a session without X.
+        const auto set = [](const char *name, const QByteArray &value) {
+            value.isEmpty() ? qunsetenv(name) : qputenv(name, value);
+        };
         const QByteArray saved[] = {qgetenv("WAYLAND_DISPLAY"), qgetenv("DISPLAY")};
-        qputenv("WAYLAND_DISPLAY", wayland.toUtf8());
-        qputenv("DISPLAY", x11.toUtf8());
+        set("WAYLAND_DISPLAY", wayland.toUtf8());
+        set("DISPLAY", x11.toUtf8());
         const QString key = SingleInstance::defaultKey();
-        qputenv("WAYLAND_DISPLAY", saved[0]);
-        qputenv("DISPLAY", saved[1]);
+        set("WAYLAND_DISPLAY", saved[0]);
+        set("DISPLAY", saved[1]);
         QTEST(key.mid(key.indexOf(u'-', 5)), "suffix");
     }
 

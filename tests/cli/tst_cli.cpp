@@ -83,7 +83,8 @@ private slots:
         const QString manual = QString::fromUtf8(page.readAll()).replace("\\-", "-"); // roff
         static const QRegularExpression option("(?<![\\w-])(--?[A-Za-z][\\w-]*)");
         QStringList options;
-        for (const QRegularExpressionMatch &match : option.globalMatch(QString::fromUtf8(run({"--help"}).out)))
+        for (const QRegularExpressionMatch &match :
+             option.globalMatch(QString::fromUtf8(run({"--help"}).out)))
             options << match.captured(1);
         options.removeDuplicates();
         QVERIFY2(options.size() >= 10, qPrintable(options.join(' ')));
