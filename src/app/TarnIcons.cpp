@@ -97,7 +97,7 @@ QIcon icon(const QString &lucideName, const QColor &color, double disabledOpacit
 
 QIcon applicationIcon()
 {
-    const QByteArray svg = readResource(QStringLiteral(":/tarn-app/tarn-icon.svg"));
+    const QByteArray svg = readResource(QStringLiteral(":/tarn-app/io.github.tarnapp.Tarn.svg"));
     if (svg.isEmpty() || !QSvgRenderer(svg).isValid())
         return {};
     return QIcon(new TintedSvgEngine(svg, 1.0, 1.0));

@@ -10,6 +10,7 @@
 #include "StoredFileRow.h"
 #include "TabItem.h"
 #include "TarnEditorTextView.h"
+#include "TarnIcons.h"
 #include "TarnWebView.h"
 #include "TitleTabBar.h"
 #include "WindowChrome.h"
@@ -42,6 +43,7 @@ private slots:
         QCOMPARE(f.view.tabBar()->emptyCaption()->text(), QStringLiteral("未打开文件"));
         QCOMPARE(f.view.currentContent(), f.view.emptyState());
         QCOMPARE(f.window.windowTitle(), QStringLiteral("Tarn"));
+        QVERIFY(!TarnIcons::applicationIcon().isNull()); // embedded, so also found when installed
 
         f.app.open({"a.md", "b.md"});
         QCOMPARE(f.view.currentContent(), static_cast<QWidget *>(f.view.readerPane()));
