@@ -6,11 +6,13 @@ set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_VENDOR "The Tarn developers")
 set(CPACK_PACKAGE_CONTACT "The Tarn developers <tarn@tarnapp.github.io>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Markdown reader and light editor")
+# Debian wants the long description within 80 columns.
 set(CPACK_PACKAGE_DESCRIPTION
-    "Tarn opens Markdown files as tabs and shows them as a rendered page with an outline,\n"
-    "in-page search, diagrams and four reading themes. It edits the Markdown text with\n"
-    "formatting commands and find and replace, keeps unsaved edits safe across crashes, and\n"
-    "exports HTML or a single-page PDF, also from the command line.")
+    "Tarn opens Markdown files as tabs and shows them as a rendered page with an\n"
+    "outline, in-page search, diagrams and four reading themes. It edits the\n"
+    "Markdown text with formatting commands and find and replace, keeps unsaved\n"
+    "edits safe across crashes, and exports HTML or a single-page PDF, also from\n"
+    "the command line.")
 string(REPLACE ";" "" CPACK_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
 set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
 set(CPACK_STRIP_FILES ON)
