@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds the Debian package (CPack; dpkg-shlibdeps, which needs file(1)) from the build tree given as $1 and checks what it holds, its
+# Builds the Debian package from the build tree given as $1 and checks what it holds, its
 # dependencies, and that its desktop metadata validates. Exits 77 (skipped) when the packaging
-# tools are missing.
+# tools are missing (CPack's dpkg-shlibdeps step needs file(1) too).
 set -euo pipefail
 build=$1
 id=io.github.tarnapp.Tarn
