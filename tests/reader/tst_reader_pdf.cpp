@@ -12,6 +12,7 @@
 #include <QTemporaryDir>
 
 #include <cmath>
+#include <csignal>
 
 namespace {
 
@@ -41,6 +42,25 @@ PdfFacts readPdf(const QString &path)
     text.waitForFinished();
     facts.text = QString::fromUtf8(text.readAllStandardOutput());
     return facts;
+}
+
+// Kills the web engine's renderers: they are forked from a zygote this process started.
+int killRenderers()
+{
+    auto parentOf = [](qint64 pid) {
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+        const QByteArray text = stat.open(QIODevice::ReadOnly) ? stat.readAll() : QByteArray();
+        return text.mid(text.lastIndexOf(')') + 2).split(' ').value(1).toLongLong();
+    };
+    const qint64 self = QCoreApplication::applicationPid();
+    int killed = 0;
+    for (const QString &entry : QDir("/proc").entryList(QDir::Dirs)) {
+        const qint64 pid = entry.toLongLong();
+        const qint64 parent = pid > 0 ? parentOf(pid) : 0;
+        if (parent > 1 && parent != self && parentOf(parent) == self)
+            killed += ::kill(pid_t(pid), SIGKILL) == 0;
+    }
+    return killed;
 }
 
 struct Export
@@ -228,6 +248,7 @@ private slots:
         QTest::addColumn<QString>("error"); // shown to the user: Chinese, or the system's text
         QTest::newRow("missing folder") << "file://%1/missing/out.pdf" << "";
         QTest::newRow("not a local file") << "https://example.com/out.pdf" << "“https://example.com/out.pdf”不是本地文件。";
+        QTest::newRow("renderer ends while loading") << "file://%1/crash.pdf" << "页面的渲染进程意外结束。";
         // clang-format on
     }
 
@@ -240,11 +261,18 @@ private slots:
         QVERIFY(QDir(m_folder.path()).mkpath(QStringLiteral("folder")));
         const QUrl url(output.replace(QStringLiteral("%1"), m_folder.path()));
 
-        auto done = startExport(ReaderTestPages::render(QStringLiteral("text")), url);
+        QFETCH(QString, error);
+        const bool crash = error == QStringLiteral("页面的渲染进程意外结束。");
+        // A page big enough to be still loading when its renderer is killed.
+        const QString markdown =
+            crash ? QStringLiteral("Text that fills the page.\n\n").repeated(60000)
+                  : QStringLiteral("text");
+        auto done = startExport(ReaderTestPages::render(markdown), url);
+        if (crash)
+            QTRY_VERIFY(killRenderers() > 0);
         QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 30000);
         QVERIFY(!done->result.ok);
         QVERIFY(!done->result.errorString.isEmpty());
-        QFETCH(QString, error);
         if (!error.isEmpty())
             QCOMPARE(done->result.errorString, error);
         QTRY_VERIFY(TarnPDFExporter::activeExporters().isEmpty());
