@@ -9,6 +9,12 @@
 #include <QWebEnginePage>
 #include <QWebEngineSettings>
 
+#include <string_view>
+
+namespace TarnEmbedded {
+std::string_view lazyLayoutUtf8();
+}
+
 namespace {
 
 QString shellDocument(quint64 loadNumber)
@@ -18,21 +24,52 @@ QString shellDocument(quint64 loadNumber)
         .arg(loadNumber);
 }
 
-// Writes only into the shell of this very load: an older shell that finishes late must not
-// receive the newer page.
-QString writeScript(quint64 loadNumber, const QString &html)
+// The page is written in pieces, each its own script run, so the engine can paint the first
+// screen while it still parses the rest. Pieces end at a line break, never inside a character.
+constexpr qsizetype firstPieceSize = 32 * 1024;
+constexpr qsizetype pieceSize = 512 * 1024;
+
+QList<QStringView> pieces(QStringView html)
 {
-    return QStringLiteral("(() => {\n"
-                          "  const marker = document.querySelector('meta[name=\"tarn-load\"]');\n"
-                          "  if (!marker || marker.content !== \"%1\") return false;\n"
-                          "  document.open();\n"
-                          "  document.write(")
-               .arg(loadNumber) +
-           ReaderScripts::stringLiteral(html) +
-           QStringLiteral(");\n"
-                          "  document.close();\n"
-                          "  return true;\n"
-                          "})();");
+    QList<QStringView> out;
+    qsizetype size = firstPieceSize;
+    while (html.size() > size) {
+        const qsizetype lineEnd = html.indexOf(u'\n', size);
+        if (lineEnd < 0)
+            break;
+        out.append(html.first(lineEnd + 1));
+        html = html.sliced(lineEnd + 1);
+        size = pieceSize;
+    }
+    out.append(html);
+    return out;
+}
+
+// The first piece opens the document, but only the shell of this very load: an older shell that
+// finishes late must not receive the newer page. The later pieces check that the document is
+// still the one this load opened.
+QString writeScript(quint64 loadNumber, QStringView piece, bool first, bool last, bool lazyLayout)
+{
+    const QString number = QString::number(loadNumber);
+    QString script = QStringLiteral("(() => {\n");
+    if (first) {
+        script +=
+            QStringLiteral("  const marker = document.querySelector('meta[name=\"tarn-load\"]');\n"
+                           "  if (!marker || marker.content !== \"%1\") return false;\n"
+                           "  document.open();\n"
+                           "  window.tarnLoadWriting = %1;\n")
+                .arg(number);
+        if (lazyLayout)
+            script += QString::fromUtf8(TarnEmbedded::lazyLayoutUtf8());
+    } else {
+        script +=
+            QStringLiteral("  if (window.tarnLoadWriting !== %1) return false;\n").arg(number);
+    }
+    script += QStringLiteral("  document.write(") + ReaderScripts::stringLiteral(piece) +
+              QStringLiteral(");\n");
+    if (last)
+        script += QStringLiteral("  document.close();\n  delete window.tarnLoadWriting;\n");
+    return script + QStringLiteral("  return true;\n})();");
 }
 
 } // namespace
@@ -94,24 +131,33 @@ void ReaderPageLoader::writePage()
 {
     m_state = State::Writing;
     const quint64 loadNumber = m_loadNumber;
+    const QList<QStringView> parts = pieces(m_html);
     QPointer<ReaderPageLoader> self(this);
-    m_page->runJavaScript(
-        writeScript(loadNumber, m_html), [self, loadNumber](const QVariant &written) {
-            if (!self || self->m_loadNumber != loadNumber || self->m_state != State::Writing)
-                return;
-            if (written.typeId() == QMetaType::Bool && !written.toBool()) {
-                // The shell on screen is not this load's; its own loadFinished is still to come.
-                self->m_state = State::LoadingShell;
-                return;
-            }
-            if (!written.toBool()) {
-                self->fail(QStringLiteral("页面无法写入。"));
-                return;
-            }
-            self->m_state = State::Idle;
-            self->m_html.clear();
-            emit self->pageLoaded();
-        });
+    for (qsizetype i = 0; i < parts.size(); ++i) {
+        const bool first = i == 0;
+        const bool last = i == parts.size() - 1;
+        m_page->runJavaScript(
+            writeScript(loadNumber, parts[i], first, last, m_lazyLayout),
+            [self, loadNumber, first, last](const QVariant &written) {
+                if (!self || self->m_loadNumber != loadNumber || self->m_state != State::Writing)
+                    return;
+                if (first && written.typeId() == QMetaType::Bool && !written.toBool()) {
+                    // The shell on screen is not this load's; its own loadFinished is still to
+                    // come, and the pieces after this one find no document of theirs.
+                    self->m_state = State::LoadingShell;
+                    return;
+                }
+                if (!written.toBool()) {
+                    self->fail(QStringLiteral("页面无法写入。"));
+                    return;
+                }
+                if (!last)
+                    return;
+                self->m_state = State::Idle;
+                self->m_html.clear();
+                emit self->pageLoaded();
+            });
+    }
 }
 
 void ReaderPageLoader::fail(const QString &errorString)

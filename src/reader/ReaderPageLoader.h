@@ -26,6 +26,11 @@ public:
 
     bool isLoading() const { return m_state != State::Idle; }
 
+    // Lays out only the blocks near the screen until the reader scrolls or jumps past them, so a
+    // long page shows at once; scroll positions stay those of the page laid out whole. Printing
+    // needs the whole page, so this is off unless asked for.
+    void setLazyLayout(bool lazy) { m_lazyLayout = lazy; }
+
     // A local folder URL with the trailing slash that makes it the base of relative references.
     static QUrl folderBaseURL(const QUrl &url);
 
@@ -50,4 +55,5 @@ private:
     QString m_html;
     quint64 m_loadNumber = 0;
     State m_state = State::Idle;
+    bool m_lazyLayout = false;
 };

@@ -14,7 +14,7 @@ void appendEscape(QString &out, char16_t unit)
 
 } // namespace
 
-QString stringLiteral(const QString &text)
+QString stringLiteral(QStringView text)
 {
     QString out;
     out.reserve(text.size() + text.size() / 16 + 2);

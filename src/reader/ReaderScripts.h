@@ -23,6 +23,6 @@ inline constexpr char heightMeasurement[] =
 
 // `text` as a double-quoted JavaScript string literal that reads back to exactly the same
 // UTF-16 code units (lone surrogates included).
-QString stringLiteral(const QString &text);
+QString stringLiteral(QStringView text);
 
 } // namespace ReaderScripts

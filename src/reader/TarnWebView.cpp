@@ -59,6 +59,7 @@ TarnWebView::TarnWebView(QWidget *parent)
 {
     setPage(m_page);
     m_loader = new ReaderPageLoader(m_page, this);
+    m_loader->setLazyLayout(true);
     m_channel = new TarnMessageChannel(m_page, this);
     setAcceptDrops(false);
     // A new document starts at the engine's default zoom; put the reader's back at once.
