@@ -7,9 +7,11 @@
   // to rest, so positions (reported, remembered and restored) mean the same text as on a page
   // laid out whole.
 
+  // Headings stay laid out: they are small, and the page tracks the current one as it passes.
   const sheet = new CSSStyleSheet();
   sheet.replaceSync(
-    "main.tarn-document > * { content-visibility: auto; contain-intrinsic-size: auto 4em; }",
+    "main.tarn-document > :not(h1, h2, h3, h4, h5, h6) {" +
+      " content-visibility: auto; contain-intrinsic-size: auto 4em; }",
   );
   document.adoptedStyleSheets = [...document.adoptedStyleSheets, sheet];
 
