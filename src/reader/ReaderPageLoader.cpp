@@ -25,7 +25,9 @@ QString shellDocument(quint64 loadNumber)
 }
 
 // The page is written in pieces, each its own script run, so the engine can paint the first
-// screen while it still parses the rest. Pieces end at a line break, never inside a character.
+// screen while it still parses the rest. Pieces end at a line break before a tag, between
+// elements: the engine joins text written in pieces only up to its own text node length, so a
+// long code block cut inside would come out in other text nodes than the page written whole.
 constexpr qsizetype firstPieceSize = 32 * 1024;
 constexpr qsizetype pieceSize = 512 * 1024;
 
@@ -34,7 +36,7 @@ QList<QStringView> pieces(QStringView html)
     QList<QStringView> out;
     qsizetype size = firstPieceSize;
     while (html.size() > size) {
-        const qsizetype lineEnd = html.indexOf(u'\n', size);
+        const qsizetype lineEnd = html.indexOf(u"\n<", size);
         if (lineEnd < 0)
             break;
         out.append(html.first(lineEnd + 1));
