@@ -27,6 +27,9 @@ QByteArray pageFor(const QString &markdown, const QString &title,
     return QString::fromStdU16String(page.html).toUtf8();
 }
 
+// Arguments, exit status, and text expected in standard output and standard error.
+using Usage = std::tuple<QStringList, int, QString, QString>;
+
 } // namespace
 
 class CommandLineTest : public QObject
@@ -42,33 +45,28 @@ private slots:
 
     void usageErrors_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("outContains");
-        QTest::addColumn<QString>("errContains");
+        QTest::addColumn<Usage>("row");
         // clang-format off
-        QTest::newRow("help") << QStringList{"--help"} << 0 << "--export html|pdf" << "";
-        QTest::newRow("version") << QStringList{"-V"} << 0 << "tarn 0." << "";
-        QTest::newRow("help names the short forms") << QStringList{"-h"} << 0 << "-o, --output" << "";
-        QTest::newRow("-v is no option") << QStringList{"-v"} << 2 << "" << "\"-v\"";
-        QTest::newRow("theme without a conversion") << QStringList{"--theme", "businessBlue", "a.md"} << 2 << "" << "--theme goes with --export";
-        QTest::newRow("title without a conversion") << QStringList{"--title", "x", "a.md"} << 2 << "" << "--title and --output go with --export";
-        QTest::newRow("PDF from standard input needs an output") << QStringList{"--export", "pdf", "-"} << 2 << "" << "needs --output";
-        QTest::newRow("unknown theme") << QStringList{"--export", "html", "--theme", "Dark", "a.md"} << 2 << "" << "valid themes: businessBlue, light, warm, dark";
-        QTest::newRow("unknown format") << QStringList{"--export", "docx", "a.md"} << 2 << "" << "unknown export format";
-        QTest::newRow("no file") << QStringList{"--export", "html"} << 2 << "" << "no input file";
-        QTest::newRow("unknown option") << QStringList{"--frobnicate"} << 2 << "" << "--frobnicate";
-        QTest::newRow("theme without export") << QStringList{"--outline", "--theme", "dark", "a.md"} << 2 << "" << "--theme goes with --export";
-        QTest::newRow("stdin twice") << QStringList{"--outline", "-", "-"} << 2 << "" << "only once";
+        QTest::newRow("help") << Usage{{"--help"}, 0, "--export html|pdf", ""};
+        QTest::newRow("version") << Usage{{"-V"}, 0, "tarn 0.", ""};
+        QTest::newRow("help names the short forms") << Usage{{"-h"}, 0, "-o, --output", ""};
+        QTest::newRow("-v is no option") << Usage{{"-v"}, 2, "", "\"-v\""};
+        QTest::newRow("theme without a conversion") << Usage{{"--theme", "businessBlue", "a.md"}, 2, "", "--theme goes with --export"};
+        QTest::newRow("title without a conversion") << Usage{{"--title", "x", "a.md"}, 2, "", "--title and --output go with --export"};
+        QTest::newRow("PDF from standard input needs an output") << Usage{{"--export", "pdf", "-"}, 2, "", "needs --output"};
+        QTest::newRow("unknown theme") << Usage{{"--export", "html", "--theme", "Dark", "a.md"}, 2, "", "valid themes: businessBlue, light, warm, dark"};
+        QTest::newRow("unknown format") << Usage{{"--export", "docx", "a.md"}, 2, "", "unknown export format"};
+        QTest::newRow("no file") << Usage{{"--export", "html"}, 2, "", "no input file"};
+        QTest::newRow("unknown option") << Usage{{"--frobnicate"}, 2, "", "--frobnicate"};
+        QTest::newRow("theme with the outline") << Usage{{"--outline", "--theme", "dark", "a.md"}, 2, "", "--theme goes with --export"};
+        QTest::newRow("stdin twice") << Usage{{"--outline", "-", "-"}, 2, "", "only once"};
         // clang-format on
     }
 
     void usageErrors()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(int, exitCode);
-        QFETCH(QString, outContains);
-        QFETCH(QString, errContains);
+        QFETCH(Usage, row);
+        const auto &[arguments, exitCode, outContains, errContains] = row;
         const Run result = run(arguments);
         QCOMPARE(result.exitCode, exitCode);
         QVERIFY2(QString::fromUtf8(result.out).contains(outContains), result.out.constData());

@@ -74,34 +74,6 @@ void addBlockRows()
     // clang-format on
 }
 
-void RenderTest::slugs_data()
-{
-    QTest::addColumn<QString>("markdown");
-    QTest::addColumn<QStringList>("ids");
-    // clang-format off
-    QTest::newRow("words") << "# Hello World" << QStringList{"hello-world"};
-    QTest::newRow("chinese") << "### 快速 开始" << QStringList{"快速-开始"};
-    QTest::newRow("punctuation") << "## Q&A: Part 1" << QStringList{"q-a-part-1"};
-    QTest::newRow("nothing left") << lines({"# ---", "# !!!"}) << QStringList{"section", "section-2"};
-    QTest::newRow("repeats") << lines({"# Intro", "## Intro", "### Intro"}) << QStringList{"intro", "intro-2", "intro-3"};
-    QTest::newRow("suffix collision accepted") << lines({"# A", "# A", "# A 2"}) << QStringList{"a", "a-2", "a-2"};
-    QTest::newRow("full lower-case mapping") << "# İstanbul" << QStringList{"i̇stanbul"};
-    QTest::newRow("marks and numbers kept") << "# Café ٣" << QStringList{"café-٣"};
-    QTest::newRow("underscore and symbols") << "# a+b=c" << QStringList{"a-b-c"};
-    QTest::newRow("emoji become hyphens") << "# ok 👍 go" << QStringList{"ok-go"};
-    // clang-format on
-}
-
-void RenderTest::slugs()
-{
-    QFETCH(QString, markdown);
-    QFETCH(QStringList, ids);
-    QStringList actual;
-    for (const TOCItem &item : MarkdownRenderer::renderFragment(u16(markdown)).toc)
-        actual << qs(item.id);
-    QCOMPARE(actual, ids);
-}
-
 void RenderTest::headingHtmlAndOutline()
 {
     const auto fragment = MarkdownRenderer::renderFragment(

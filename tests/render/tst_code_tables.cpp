@@ -42,53 +42,6 @@ void addCodeAndTableRows()
     // clang-format on
 }
 
-void RenderTest::fenceLanguage_data()
-{
-    QTest::addColumn<QString>("info");
-    QTest::addColumn<QString>("language");
-    // clang-format off
-    QTest::newRow("upper") << "SQL" << "sql";
-    QTest::newRow("braces") << "{.ruby}" << "ruby";
-    QTest::newRow("comma") << "js,linenums" << "js";
-    QTest::newRow("r chunk") << "{r, echo=FALSE}" << "r";
-    QTest::newRow("hyphen kept") << "shell-script" << "shell-script";
-    QTest::newRow("empty") << "" << "";
-    QTest::newRow("mermaid") << "MERMAID" << "mermaid";
-    QTest::newRow("fourth backtick") << "`js" << "`js";
-    QTest::newRow("classes") << "{.sql .numberLines}" << "sql";
-    QTest::newRow("only separators") << " ., " << "";
-    // clang-format on
-}
-
-void RenderTest::fenceLanguage()
-{
-    QFETCH(QString, info);
-    QFETCH(QString, language);
-    QCOMPARE(qs(TarnRender::normalizedFenceLanguage(u16(info))), language);
-}
-
-void RenderTest::tableSeparator_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<bool>("separator");
-    // clang-format off
-    QTest::newRow("aligned") << "|---|:---:|--:|" << true;
-    QTest::newRow("bare") << "---" << true;
-    QTest::newRow("too short") << "--" << false;
-    QTest::newRow("no dash") << ":::" << false;
-    QTest::newRow("spaces inside") << "- - -" << false;
-    QTest::newRow("empty cell") << "|---|---||" << false;
-    QTest::newRow("padded cells") << "| --- | :-- |" << true;
-    // clang-format on
-}
-
-void RenderTest::tableSeparator()
-{
-    QFETCH(QString, line);
-    QFETCH(bool, separator);
-    QCOMPARE(TarnRender::isTableSeparator(u16(line)), separator);
-}
-
 void RenderTest::diagramsAreNumberedAndFlagged()
 {
     const auto fragment = MarkdownRenderer::renderFragment(

@@ -98,29 +98,6 @@ void RenderTest::escaping()
              QStringLiteral("&lt;&quot;&#39;&amp;&gt;"));
 }
 
-void RenderTest::plainText_data()
-{
-    // clang-format off
-    QTest::addColumn<QString>("markdown");
-    QTest::addColumn<QString>("plain");
-
-    QTest::newRow("code") << "Use `code_name` here" << "Use codename here";
-    QTest::newRow("link and strong") << "[Docs](a.md) and **more**" << "Docs and more";
-    QTest::newRow("image alt") << "![alt](x.png) tail" << "alt tail";
-    QTest::newRow("underscores vanish") << "snake_case" << "snakecase";
-    QTest::newRow("no escaping") << "a < b & c" << "a < b & c";
-    QTest::newRow("tildes brought together") << "~*~x" << "x";
-    QTest::newRow("trims line breaks too") << "\u2028 x \u0085" << "x";
-    // clang-format on
-}
-
-void RenderTest::plainText()
-{
-    QFETCH(QString, markdown);
-    QFETCH(QString, plain);
-    QCOMPARE(qs(TarnRender::plainText(u16(markdown))), plain);
-}
-
 namespace {
 
 std::vector<Match> icuMatches(std::u16string_view text, std::u16string_view pattern, int groups)

@@ -1,4 +1,4 @@
-// The page template: stylesheet per theme, title escaping, diagram library, script, line ends.
+// The page template: stylesheet per theme, diagram library, script, line ends; the themes.
 #include "RendererInternal.h"
 #include "TestSupport.h"
 
@@ -84,25 +84,6 @@ void RenderTest::stylesheetPerTheme()
         QStringLiteral(":root {\n  color-scheme: light dark;\n  PALETTE\n}")));
 }
 
-void RenderTest::title_data()
-{
-    // clang-format off
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QString>("written");
-    QTest::newRow("markup") << "a<b>&c" << "a&lt;b&gt;&amp;c";
-    QTest::newRow("quotes kept") << "say \"hi\" 'x'" << "say \"hi\" 'x'";
-    QTest::newRow("chinese") << "笔记" << "笔记";
-    // clang-format on
-}
-
-void RenderTest::title()
-{
-    QFETCH(QString, title);
-    QFETCH(QString, written);
-    const QString html = qs(MarkdownRenderer::render(u"x", TarnTheme::light, u16(title)).html);
-    QCOMPARE(between(html, QStringLiteral("<title>"), QStringLiteral("</title>")), written);
-}
-
 void RenderTest::diagramLibraryOnlyWithDiagrams()
 {
     const QString withDiagrams =
@@ -151,6 +132,4 @@ void RenderTest::themes()
     QVERIFY(!TarnThemes::fromRawValue(std::u16string_view(u"暗")));
     QVERIFY(TarnThemes::colorScheme(TarnTheme::dark) == TarnColorScheme::dark);
     QVERIFY(TarnThemes::colorScheme(TarnTheme::warm) == TarnColorScheme::light);
-    QVERIFY((TarnThemes::accentColor(TarnTheme::businessBlue) == TarnRGB{0.12, 0.35, 0.66}));
-    QVERIFY((TarnThemes::sidebarColor(TarnTheme::dark) == TarnRGB{0.14, 0.15, 0.16}));
 }
