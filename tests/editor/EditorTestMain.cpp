@@ -11,9 +11,8 @@ int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
     int failures = 0;
-    failures += runCaseFoldedSearchTests(argc, argv);
-    failures += runFormattingCommandsTests(argc, argv);
-    failures += runFindReplaceTests(argc, argv);
-    failures += runEditorPaneTests(argc, argv);
+    for (auto run : {runCaseFoldedSearchTests, runFormattingCommandsTests, runFindReplaceTests,
+                     runEditorPaneTests})
+        failures += run(argc, argv);
     return failures == 0 ? 0 : 1;
 }

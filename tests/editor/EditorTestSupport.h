@@ -1,4 +1,4 @@
-// Shared fixtures for the editor tests: a real QPlainTextEdit behind the command object.
+// Shared fixture for the editor tests: a real QPlainTextEdit behind the command object.
 #pragma once
 
 #include <EditorRange.h>
@@ -6,48 +6,33 @@
 #include <PlainTextEditView.h>
 
 #include <QPlainTextEdit>
-#include <QStringList>
 #include <QTest>
 
-#include <functional>
-#include <memory>
+using Ranges = QList<EditorRange>;
 
-char *toString(const EditorRange &range);
+inline char *toString(const EditorRange &range)
+{
+    return QTest::toString(QStringLiteral("(%1, %2)").arg(range.location).arg(range.length));
+}
 
 // A plain text edit with its adapter and a command object attached, as the editor pane wires
 // them, minus the pane.
 struct EditorHarness
 {
-    explicit EditorHarness(const QString &text = {});
+    explicit EditorHarness(const QString &text = {})
+    {
+        edit.setPlainText(text);
+        view = new PlainTextEditView(&edit);
+        actions.setTextView(view);
+        actions.onChange = [this](const QString &changed) { changes.append(changed); };
+    }
 
     QString text() const { return view->text(); }
     void select(EditorRange range) { view->setSelection(range); }
     EditorRange selection() const { return view->selection(); }
-    void undo() { edit.undo(); }
 
     QPlainTextEdit edit;
     PlainTextEditView *view;
     MarkdownEditorActions actions;
     QStringList changes; // every text passed to onChange
-};
-
-// Presses a button of the next modal message box, by its text, and remembers what it showed.
-class DialogAnswerer : public QObject
-{
-    Q_OBJECT
-
-public:
-    explicit DialogAnswerer(const QString &buttonText);
-
-    std::function<void()> whileShown; // runs once the dialog is up, before it is answered
-    bool answered = false;
-    QString message;
-    QString informativeText;
-    QStringList buttons; // sorted
-    QString defaultButton;
-
-private:
-    void tryAnswer();
-    QString m_buttonText;
-    int m_attempts = 0;
 };
