@@ -20,11 +20,10 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT) # tarn_<version>_<arch>.deb
 set(CPACK_DEBIAN_PACKAGE_SECTION "text")
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://github.com/tarnapp/tarn")
 # The libraries the binary links come from dpkg-shlibdeps; what it loads at run time does not
-# show in its links: the web engine's helper process, resources and locales, Qt's Chinese
+# show in its links: the web engine's resources and locales, Qt's Chinese
 # translations, and the Wayland platform plugin.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "libqt6webenginecore6-bin, libqt6webengine6-data, qt6-translations-l10n, qt6-wayland")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6webengine6-data, qt6-translations-l10n, qt6-wayland")
 # Chinese text needs CJK fonts, and Chinese users type through fcitx5.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-noto-cjk, fcitx5-frontend-qt6")
 include(CPack)

@@ -22,7 +22,8 @@ deb=$(ls "$out"/tarn_*_*.deb)
 contents=$(dpkg-deb -c "$deb")
 for file in usr/bin/tarn usr/share/tarn/mermaid.min.js \
     "usr/share/icons/hicolor/scalable/apps/$id.svg" "usr/share/applications/$id.desktop" \
-    "usr/share/metainfo/$id.metainfo.xml" usr/share/man/man1/tarn.1.gz; do
+    "usr/share/metainfo/$id.metainfo.xml" usr/share/man/man1/tarn.1.gz \
+    usr/share/doc/tarn/copyright usr/share/doc/tarn/changelog.gz; do
     if ! grep -q " \./$file\$" <<<"$contents"; then
         echo "not in the package: /$file"
         exit 1
