@@ -1,14 +1,21 @@
-// Drafts of unsaved edits on disk: written about a second after an edit, gone after a save,
-// written at once before the process ends, and brought back after a crash.
+// Drafts of unsaved edits kept on disk and brought back after a crash, and open files
+// following changes other programs make on disk, with the real file watcher.
 #include "ModelTestSupport.h"
 
 #include "DraftKeeper.h"
 #include "DraftStore.h"
 
 #include <QDir>
-#include <QTest>
 
-class TestDrafts : public QObject
+#include <cstdio>
+
+namespace {
+
+using DiskRow = std::tuple<QString, bool, int, QString, bool, QString>;
+
+} // namespace
+
+class TestDraftsDisk : public QObject
 {
     Q_OBJECT
 
@@ -41,6 +48,8 @@ private slots:
         QVERIFY(!QFile::exists(store.fileFor("/notes/b.md")));
     }
 
+    // Written about a second after an edit, gone after a save, written at once before the
+    // process ends.
     void keeperFollowsTheDraft()
     {
         ModelHarness h;
@@ -58,7 +67,6 @@ private slots:
         QCOMPARE(store.readAll().first().path, h.path("a.md"));
         h.model->saveDocument(document);
         QTRY_COMPARE(store.readAll().size(), 0);
-        // Before the process ends, what was just typed is written without waiting.
         document->updateDraft("typed just now");
         keeper.writeAllNow();
         QCOMPARE(kept(), QStringLiteral("typed just now"));
@@ -94,8 +102,7 @@ private slots:
                  QStringLiteral("Tarn 上次没有正常退出，以下文件的未保存修改已恢复，请检查后保存："
                                 "\na.md\nb.md"));
         QCOMPARE(readFile(h.path("a.md")), QByteArray("on disk"));
-        const QList<LogLine> log = h.log();
-        QCOMPARE(eventNames(log).count("draft.recovered"), 2);
+        QCOMPARE(h.events().count("draft.recovered"), 2);
         const LogLine failure = h.lastLine("draft.recovery.failure");
         QCOMPARE(failure.metadata.value("path"), h.path("drafts/draft-0.json.broken"));
         QVERIFY(!failure.metadata.value("error").isEmpty());
@@ -108,12 +115,83 @@ private slots:
         QTRY_VERIFY(!QFile::exists(store.fileFor(h.path("gone/b.md"))));
         QVERIFY(QFile::exists(store.fileFor(h.path("a.md"))));
     }
+
+    void changeOnDisk_data()
+    {
+        // The change ("write", "rename over", "delete"), the tab has unsaved edits, the answer
+        // to the question about them; then the draft, unsaved, the event logged ("": none).
+        QTest::addColumn<DiskRow>("row");
+        // clang-format off
+        QTest::newRow("write, clean tab reloads") << DiskRow{"write", false, -1, "disk 3", false, "file.reload.external"};
+        QTest::newRow("rename over, clean tab reloads") << DiskRow{"rename over", false, -1, "disk 3", false, "file.reload.external"};
+        QTest::newRow("edited, keep my edits") << DiskRow{"write", true, 0, "mine", true, ""};
+        QTest::newRow("edited, load the disk's") << DiskRow{"rename over", true, 1, "disk 3", false, "file.reload.external"};
+        QTest::newRow("deleted: unsaved") << DiskRow{"delete", false, -1, "on disk", true, "file.missing.external"};
+        // clang-format on
+    }
+    void changeOnDisk()
+    {
+        QFETCH(DiskRow, row);
+        const auto &[change, edited, answer, draft, dirty, event] = row;
+        ModelHarness h;
+        h.model->openURLs({h.file("a.md", "on disk")}, false);
+        TarnDocument *document = h.model->selectedDocument();
+        if (edited)
+            document->updateDraft("mine");
+        // Three changes in a burst; the question comes once, after the last.
+        int asked = 0;
+        const int reply = answer;
+        h.platform.alertHandler = [&h, &asked, reply](const ModalAlert &) {
+            ++asked;
+            writeFile(h.path("a.md"), "disk 3"); // changed again while the question is open
+            return reply;
+        };
+        for (const char *text : {"disk 1", "disk 2", "disk 3"}) {
+            if (change == "delete") {
+                QFile::remove(h.path("a.md"));
+                break;
+            }
+            if (change == "write") {
+                writeFile(h.path("a.md"), text);
+            } else {
+                writeFile(h.path("new.tmp"), text); // as editors save: a new file renamed over
+                QCOMPARE(std::rename(qPrintable(h.path("new.tmp")), qPrintable(h.path("a.md"))), 0);
+            }
+        }
+        if (event.isEmpty())
+            QTRY_COMPARE(asked, 1);
+        else
+            QTRY_COMPARE(h.lastLine(event).event, event);
+        QCOMPARE(document->draft(), draft);
+        QCOMPARE(document->isDirty(), dirty);
+        QCOMPARE(asked, edited ? 1 : 0);
+        if (edited) {
+            const ModalAlert alert = h.platform.alerts.first();
+            QCOMPARE(alert.message, QStringLiteral("文件已在磁盘上更改"));
+            QCOMPARE(alert.informativeText,
+                     QStringLiteral("“a.md”已被其他程序修改，你在 Tarn 中还有未保存的修改。"));
+            QCOMPARE(alert.buttons, (QStringList{"保留我的修改", "载入磁盘上的版本"}));
+        }
+        if (change != "delete") // the tab now compares with what is really on disk
+            QCOMPARE(document->content(), QStringLiteral("disk 3"));
+
+        // The watch survives the change; saving writes the draft back at the same path without
+        // Tarn's own write counting as a change.
+        if (!document->isDirty()) {
+            writeFile(h.path("a.md"), "disk 4");
+            QTRY_COMPARE(document->draft(), QStringLiteral("disk 4"));
+        }
+        h.model->saveSelectedDocument();
+        QVERIFY(!document->isDirty());
+        h.model->openURLs({h.file("b.md", "b")}, false);
+        writeFile(h.path("b.md"), "b changed"); // a later change elsewhere marks the end
+        QTRY_COMPARE(h.lastLine("file.reload").metadata.value("file"), QStringLiteral("b.md"));
+        QCOMPARE(readFile(h.path("a.md")), document->draft().toUtf8());
+        QVERIFY(!document->isDirty());
+        QCOMPARE(asked, edited ? 1 : 0);
+    }
 };
 
-int runTestDrafts(int argc, char **argv)
-{
-    TestDrafts test;
-    return QTest::qExec(&test, argc, argv);
-}
+MODEL_TEST_RUNNER(TestDraftsDisk)
 
-#include "TestDrafts.moc"
+#include "TestDraftsDisk.moc"

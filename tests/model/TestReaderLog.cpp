@@ -1,0 +1,363 @@
+// Operations the reader and the menus call (links, the search state, HTML and PDF export) and
+// the usage log they write: line format, rotation at the size limit, revealing, many threads.
+#include "ModelTestSupport.h"
+
+#include "MarkdownRenderer.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QTimeZone>
+
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Metadata = QMap<QString, QString>;
+using SearchRow = std::tuple<int, int, int, int>;
+using NavigateRow = std::tuple<bool, QString, int, bool>;
+using LinkRow = std::tuple<QString, QString, QString>;
+using LineRow = std::tuple<QString, Metadata, QByteArray>;
+using FolderRow = std::tuple<QString, QString, QString, QString>;
+
+QString renderedPage(const char16_t *markdown, TarnTheme theme, const char16_t *title)
+{
+    return QString::fromStdU16String(MarkdownRenderer::render(markdown, theme, title).html);
+}
+
+} // namespace
+
+class TestReaderLog : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void searchResultsClamp_data()
+    {
+        QTest::addColumn<SearchRow>("row"); // reported current and total; then count and index
+        QTest::newRow("no current yet") << SearchRow{0, 5, 5, 1};
+        QTest::newRow("past the end") << SearchRow{9, 5, 5, 5};
+        QTest::newRow("negative total") << SearchRow{3, -2, 0, 0};
+    }
+    void searchResultsClamp()
+    {
+        QFETCH(SearchRow, row);
+        const auto &[current, total, count, index] = row;
+        ModelHarness h;
+        h.model->updateSearchResults(current, total);
+        QCOMPARE(h.model->searchResultCount(), count);
+        QCOMPARE(h.model->currentSearchResultIndex(), index);
+        // The same report again wakes nobody.
+        QSignalSpy countSpy(h.model.get(), &AppModel::searchResultCountChanged);
+        QSignalSpy indexSpy(h.model.get(), &AppModel::currentSearchResultIndexChanged);
+        h.model->updateSearchResults(current, total);
+        QCOMPARE(countSpy.count() + indexSpy.count(), 0);
+    }
+
+    void navigateSearch_data()
+    {
+        QTest::addColumn<NavigateRow>("row"); // document open, query, hits; request issued
+        QTest::newRow("issues a request") << NavigateRow{true, "tarn", 3, true};
+        QTest::newRow("blank query") << NavigateRow{true, " \n\t", 3, false};
+        QTest::newRow("no hits") << NavigateRow{true, "tarn", 0, false};
+        QTest::newRow("no document") << NavigateRow{false, "tarn", 3, false};
+    }
+    void navigateSearch()
+    {
+        QFETCH(NavigateRow, row);
+        const auto &[withDocument, query, hits, issued] = row;
+        ModelHarness h;
+        if (withDocument)
+            h.model->openURLs({h.file("a.md", "tarn")}, false);
+        h.model->setSearchQuery(query);
+        h.model->updateSearchResults(1, hits);
+        h.model->navigateSearch(SearchNavigationDirection::next);
+        QCOMPARE(h.model->searchNavigationRequest().has_value(), issued);
+        if (!issued)
+            return;
+        const SearchNavigationRequest first = *h.model->searchNavigationRequest();
+        h.model->navigateSearch(SearchNavigationDirection::next);
+        QVERIFY(*h.model->searchNavigationRequest() != first); // same direction, new request
+        QCOMPARE(h.model->searchNavigationRequest()->direction, SearchNavigationDirection::next);
+    }
+
+    void searchQueryResetsOnlyWhenChanged()
+    {
+        ModelHarness h;
+        h.model->setSearchQuery("tarn");
+        h.model->updateSearchResults(2, 4);
+        h.model->setSearchQuery("tarn");
+        QCOMPARE(h.model->searchResultCount(), 4);
+        h.model->setSearchQuery("tar");
+        QCOMPARE(h.model->searchResultCount(), 0);
+        h.model->updateSearchResults(1, 1);
+        h.model->clearSearch();
+        QCOMPARE(h.model->searchQuery(), QString());
+        QCOMPARE(h.model->searchResultCount(), 0);
+    }
+
+    void openLink_data()
+    {
+        // Relative to the document's folder, or an absolute URL; event; "tab:<name>", "handler"
+        // or "alert".
+        QTest::addColumn<LinkRow>("row");
+        // clang-format off
+        QTest::newRow("sibling Markdown file") << LinkRow{"../other.md", "link.open.local", "tab:other.md"};
+        QTest::newRow("text file") << LinkRow{"notes.TXT", "link.open.local", "tab:notes.TXT"};
+        QTest::newRow("folder") << LinkRow{"assets", "link.open.local", "handler"};
+        QTest::newRow("PDF") << LinkRow{"paper.pdf", "link.open.local", "handler"};
+        QTest::newRow("missing Markdown file") << LinkRow{"../missing.md", "link.open.local_missing", "alert"};
+        QTest::newRow("web page") << LinkRow{"https://example.com/a?b=c%20d", "link.open.external", "handler"};
+        QTest::newRow("mail") << LinkRow{"mailto:someone@example.com", "link.open.external", "handler"};
+        // clang-format on
+    }
+    void openLink()
+    {
+        QFETCH(LinkRow, row);
+        const auto &[link, event, outcome] = row;
+        ModelHarness h;
+        QDir(h.dir.path()).mkpath("docs/assets");
+        h.file("other.md", "other");
+        h.file("docs/notes.TXT", "notes");
+        h.file("docs/paper.pdf", "%PDF-1.4");
+        h.model->openURLs({h.file("docs/index.md", "index")}, false);
+        TarnDocument *source = h.model->selectedDocument();
+        const bool external = link.contains(':');
+        const QUrl url = external ? QUrl(link) : source->baseURL().resolved(QUrl(link));
+        const QString resolved = QDir::cleanPath(h.path("docs/" + link));
+
+        h.model->openLink(url, source);
+        const LogLine line = h.lastLine("link.");
+        QCOMPARE(line.event, event);
+        QCOMPARE(line.metadata.value("source"), QStringLiteral("index.md"));
+        QCOMPARE(line.metadata.value(external ? "url" : "path"), external ? link : resolved);
+        if (outcome.startsWith("tab:")) {
+            QCOMPARE(h.model->selectedDocument()->fileName(), outcome.mid(4));
+            QCOMPARE(h.model->tabs().size(), 2);
+        } else if (outcome == "handler") {
+            QCOMPARE(h.platform.openedWithDefaultHandler.size(), 1);
+            QCOMPARE(h.model->tabs().size(), 1);
+        } else {
+            QCOMPARE(h.model->alert()->title, QStringLiteral("链接不可用"));
+            QCOMPARE(h.model->alert()->message,
+                     "这个本地文件不存在，或者 Tarn 暂时无法访问：\n" + resolved);
+        }
+    }
+
+    void exportHtml_data()
+    {
+        QTest::addColumn<QString>("chosen"); // "": cancelled
+        QTest::addColumn<QString>("event");
+        QTest::newRow("typed without an extension") << "out"
+                                                    << "export.html.success";
+        QTest::newRow("cancelled") << ""
+                                   << "export.html.cancelled";
+        QTest::newRow("target folder missing") << "no/such/a.html"
+                                               << "export.html.failure";
+    }
+    void exportHtml()
+    {
+        QFETCH(QString, chosen);
+        QFETCH(QString, event);
+        ModelHarness h;
+        h.model->setTheme(TarnTheme::dark);
+        TarnDocument *document = h.editDraft("guide.md.md", "# Saved\n", "# Unsaved draft\n");
+        if (!chosen.isEmpty())
+            h.platform.savePanelAnswers = {h.url(chosen)};
+
+        h.model->exportSelectedDocumentAsHTML();
+        const SavePanelOptions panel = h.platform.savePanels.first();
+        QCOMPARE(panel.title, QStringLiteral("导出 HTML"));
+        QCOMPARE(panel.suggestedName, QStringLiteral("guide.html"));
+        QCOMPARE(panel.defaultSuffix, QStringLiteral("html"));
+        const LogLine line = h.log().last();
+        QCOMPARE(line.event, event);
+        QCOMPARE(line.metadata.value("file"), QStringLiteral("guide.md.md"));
+        QVERIFY(document->isDirty());
+        QCOMPARE(bool(h.model->alert()), event == "export.html.failure");
+        if (event == "export.html.success") {
+            QCOMPARE(readFile(h.path("out.html")),
+                     renderedPage(u"# Unsaved draft\n", TarnTheme::dark, u"guide").toUtf8());
+            QCOMPARE(h.events().mid(h.events().size() - 2),
+                     (QStringList{"export.html.start", "export.html.success"}));
+        } else if (h.model->alert()) {
+            QCOMPARE(h.model->alert()->title, QStringLiteral("导出失败"));
+            QCOMPARE(h.model->alert()->message, line.metadata.value("error"));
+            QCOMPARE(line.metadata.value("output"), h.path("no/such/a.html"));
+        }
+    }
+
+    void exportPdfReportsOnTheMainThread_data()
+    {
+        QTest::addColumn<bool>("ok");
+        QTest::addColumn<bool>("modelGone"); // closed before the exporter finishes
+        QTest::newRow("success") << true << false;
+        QTest::newRow("failure") << false << false;
+        QTest::newRow("model gone first") << true << true;
+    }
+    void exportPdfReportsOnTheMainThread()
+    {
+        QFETCH(bool, ok);
+        QFETCH(bool, modelGone);
+        ModelHarness h;
+        h.editDraft("a.md", "# A\n", "# Unsaved draft\n");
+        h.platform.savePanelAnswers = {h.url("a")};
+        h.model->exportSelectedDocumentAsPDF();
+        QCOMPARE(h.platform.savePanels.first().suggestedName, QStringLiteral("a.pdf"));
+        QCOMPARE(h.pdf.requests.size(), 1);
+        const auto request = h.pdf.requests.first();
+        QCOMPARE(request.baseURL, QUrl::fromLocalFile(h.dir.path() + "/"));
+        QCOMPARE(request.outputURL, h.url("a.pdf"));
+        // The page of the unsaved draft, as HTML export writes it.
+        QCOMPARE(request.html, renderedPage(u"# Unsaved draft\n", TarnTheme::businessBlue, u"a"));
+        if (modelGone)
+            h.model.reset();
+
+        // Completed from another thread; the model must only react on its own.
+        std::thread([&] { request.completion({ok, ok ? QString() : "磁盘已满"}); }).join();
+        QCOMPARE(h.events().last(), QStringLiteral("export.pdf.start"));
+        if (modelGone) {
+            QCoreApplication::processEvents();
+            QCOMPARE(h.events().last(), QStringLiteral("export.pdf.start"));
+            return;
+        }
+        QTRY_COMPARE(h.events().last(), ok ? "export.pdf.success" : "export.pdf.failure");
+        QCOMPARE(bool(h.model->alert()), !ok);
+        if (!ok)
+            QCOMPARE(h.model->alert()->message, QStringLiteral("磁盘已满"));
+    }
+
+    void formatLine_data()
+    {
+        QTest::addColumn<LineRow>("row"); // event, metadata, the line after the time
+        // clang-format off
+        QTest::newRow("no metadata") << LineRow{"app.launch", {}, "app.launch\n"};
+        QTest::newRow("keys sorted, quote and LF escaped") << LineRow{"file.save.failure", {{"path", "/a/\"b\".md"}, {"file", "a.md"}, {"error", "no\nspace"}},
+                                                                      "file.save.failure error=\"no\\nspace\" file=\"a.md\" path=\"/a/\\\"b\\\".md\"\n"};
+        QTest::newRow("backslash n stays distinct from LF") << LineRow{"e", {{"v", "a\\nb"}}, "e v=\"a\\\\nb\"\n"};
+        QTest::newRow("CR escaped") << LineRow{"e", {{"v", "a\r\n"}}, "e v=\"a\\r\\n\"\n"};
+        QTest::newRow("keys in code-point order, not UTF-16 order") << LineRow{"e", {{"\U0001F600", "1"}, {"\uFF61", "2"}}, "e \xef\xbd\xa1=\"2\" \xf0\x9f\x98\x80=\"1\"\n"};
+        QTest::newRow("UTF-8 values") << LineRow{"e", {{"file", "笔记.md"}}, "e file=\"\xe7\xac\x94\xe8\xae\xb0.md\"\n"};
+        // clang-format on
+    }
+    void formatLine()
+    {
+        QFETCH(LineRow, row);
+        const auto &[event, metadata, expected] = row;
+        // A local time is written in UTC.
+        const QDateTime local = testTime.toTimeZone(QTimeZone(QByteArrayLiteral("Asia/Shanghai")));
+        QCOMPARE(TarnUsageLogger::formatLine(local, event, metadata), testStamp + expected);
+    }
+
+    void rotation_data()
+    {
+        QTest::addColumn<qint64>("existingSize");
+        QTest::addColumn<bool>("rotates");
+        QTest::newRow("one byte below the limit") << TarnUsageLogger::maxLogSize - 1 << false;
+        QTest::newRow("exactly at the limit") << TarnUsageLogger::maxLogSize << true;
+        QTest::newRow("above the limit") << TarnUsageLogger::maxLogSize + 100 << true;
+    }
+    void rotation()
+    {
+        QFETCH(qint64, existingSize);
+        QFETCH(bool, rotates);
+        QTemporaryDir dir;
+        TarnUsageLogger logger(dir.path(), testClock);
+        const QByteArray existing(existingSize, 'x');
+        const QByteArray older = "older generation\n";
+        writeFile(logger.logFilePath(), existing);
+        writeFile(logger.previousLogFilePath(), older);
+        logger.log("after", {{"k", "v"}});
+        logger.flush();
+        const QByteArray line = testStamp + "after k=\"v\"\n";
+        QCOMPARE(readFile(logger.previousLogFilePath()), rotates ? existing : older);
+        QCOMPARE(readFile(logger.logFilePath()), rotates ? line : existing + line);
+    }
+
+    void manyThreadsLoseAndMixNothing()
+    {
+        QTemporaryDir dir;
+        TarnUsageLogger logger(dir.path());
+        // About 3 MB in all: one rotation, and both generations still hold every line.
+        const int threads = 6;
+        const int perThread = 4000;
+        const QString padding = QString(60, u'p') + "\"\n";
+        std::vector<std::thread> writers;
+        for (int t = 0; t < threads; ++t) {
+            writers.emplace_back([&logger, t, &padding] {
+                for (int i = 0; i < perThread; ++i)
+                    logger.log("stress.line", {{"thread", QString::number(t)},
+                                               {"seq", QString::number(i)},
+                                               {"pad", padding}});
+            });
+        }
+        for (std::thread &writer : writers)
+            writer.join();
+        logger.flush();
+
+        const QByteArray previous = readFile(logger.previousLogFilePath());
+        const qsizetype lastLine = previous.size() - previous.lastIndexOf('\n', -2) - 1;
+        QVERIFY(previous.size() >= TarnUsageLogger::maxLogSize);
+        QVERIFY(previous.size() - lastLine < TarnUsageLogger::maxLogSize);
+        bool ok = false;
+        const QList<LogLine> lines = parseUsageLog(previous + readFile(logger.logFilePath()), &ok);
+        QVERIFY(ok);
+        QCOMPARE(lines.size(), threads * perThread);
+        std::vector<int> next(threads, 0);
+        for (const LogLine &line : lines) {
+            QCOMPARE(line.metadata.value("seq").toInt(),
+                     next[line.metadata.value("thread").toInt()]++);
+            QCOMPARE(line.metadata.value("pad"), padding);
+        }
+    }
+
+    void revealUsageLog()
+    {
+        // A log that does not exist yet is made, so the file manager has a file to show.
+        QTemporaryDir dir;
+        TarnUsageLogger logger(dir.filePath("Logs/Tarn"), testClock);
+        ScriptedPlatform platform;
+        logger.revealInFinder(platform);
+        QCOMPARE(readFile(logger.logFilePath()), testStamp + "usage_log.created\n");
+        QCOMPARE(platform.revealedPaths, QStringList{logger.logFilePath()});
+        // The menu's command logs first, and revealing waits for the lines still queued.
+        ModelHarness h;
+        for (int i = 0; i < 500; ++i)
+            h.logger->log("queued");
+        h.model->revealUsageLog();
+        const QList<LogLine> lines = readUsageLog(h.logger->logFilePath());
+        QCOMPARE(lines.size(), 501);
+        QCOMPARE(lines.last().event, QStringLiteral("usage_log.reveal"));
+        QCOMPARE(h.platform.revealedPaths, QStringList{h.logger->logFilePath()});
+    }
+
+    void defaultFolder_data()
+    {
+        QTest::addColumn<FolderRow>("row"); // TARN_LOG_DIR, XDG_STATE_HOME, HOME; the folder
+        // clang-format off
+        QTest::newRow("override wins") << FolderRow{"/o", "/s", "/h", "/o"};
+        QTest::newRow("XDG state home") << FolderRow{"", "/s", "/h", "/s/Logs/Tarn"};
+        QTest::newRow("relative state home ignored") << FolderRow{"", "rel", "/h", "/h/.local/state/Logs/Tarn"};
+        QTest::newRow("no home") << FolderRow{"", "", "", QDir::tempPath() + "/TarnLogs"};
+        // clang-format on
+    }
+    void defaultFolder()
+    {
+        QFETCH(FolderRow, row);
+        const QByteArray names[] = {"TARN_LOG_DIR", "XDG_STATE_HOME", "HOME"};
+        const QString values[] = {std::get<0>(row), std::get<1>(row), std::get<2>(row)};
+        QByteArray saved[3];
+        for (int i = 0; i < 3; ++i) {
+            saved[i] = qgetenv(names[i]);
+            qputenv(names[i], values[i].toUtf8());
+        }
+        const QString folder = TarnUsageLogger::defaultFolder();
+        for (int i = 0; i < 3; ++i)
+            qputenv(names[i], saved[i]);
+        QCOMPARE(folder, std::get<3>(row));
+    }
+};
+
+MODEL_TEST_RUNNER(TestReaderLog)
+
+#include "TestReaderLog.moc"
