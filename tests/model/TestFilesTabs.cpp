@@ -6,13 +6,10 @@
 
 #include <unicode/ucnv.h>
 
-namespace {
-
-using SaveAsRow = std::tuple<QString, QString>;
 using CloseRow = std::tuple<int, int, int, int>;
 using CloseUnsavedRow = std::tuple<int, QString, int, bool>;
 
-QByteArray encodeWithIcu(const QString &text, const char *charset)
+static QByteArray encodeWithIcu(const QString &text, const char *charset)
 {
     UErrorCode status = U_ZERO_ERROR;
     QByteArray bytes(text.size() * 4 + 8, Qt::Uninitialized);
@@ -20,14 +17,6 @@ QByteArray encodeWithIcu(const QString &text, const char *charset)
                                         reinterpret_cast<const char *>(text.utf16()),
                                         int32_t(text.size() * 2), &status);
     bytes.truncate(U_SUCCESS(status) ? length : 0);
-    return bytes;
-}
-
-QByteArray binaryBytes()
-{
-    QByteArray bytes(4096, Qt::Uninitialized);
-    for (int i = 0; i < bytes.size(); ++i)
-        bytes[i] = char((i * 131 + 7) % 256);
     return bytes;
 }
 
@@ -39,7 +28,7 @@ const QString chineseText =
                    "并且在打开文件时不会丢失任何文字。阅读模式和编辑模式都应当显示同样的内容。\n");
 
 // Opens n.md holding "text n" for n = 0...count-1 and returns their documents in tab order.
-QList<TarnDocument *> openTabs(ModelHarness &h, int count)
+static QList<TarnDocument *> openTabs(ModelHarness &h, int count)
 {
     QList<QUrl> urls;
     for (int i = 0; i < count; ++i)
@@ -47,8 +36,6 @@ QList<TarnDocument *> openTabs(ModelHarness &h, int count)
     h.model->openURLs(urls, false);
     return h.model->tabs();
 }
-
-} // namespace
 
 class TestFilesTabs : public QObject
 {
@@ -58,17 +45,17 @@ private slots:
     void openFilters_data()
     {
         QTest::addColumn<QStringList>("dropped");
-        QTest::addColumn<QStringList>("opened");
+        QTest::addColumn<QStringList>("titles"); // of the tabs opened; Markdown extensions go
         // clang-format off
-        QTest::newRow("mixed drop keeps order") << QStringList{"e.MD", "c.mkdn", "a.md", "folder", "d.markdown", "b.txt", "data.json"} << QStringList{"e.MD", "c.mkdn", "a.md", "d.markdown", "b.txt"};
+        QTest::newRow("mixed drop keeps order") << QStringList{"e.mdown.MD", "c.mkdn", "a.md", "folder", "d.markdown", "b.txt", "data.json"} << QStringList{"e", "c", "a", "d", "b.txt"};
         QTest::newRow("text without an extension") << QStringList{"README", "notes.cpp"} << QStringList{"README"};
-        QTest::newRow("same file twice gives one tab") << QStringList{"a.md", "a.md"} << QStringList{"a.md"};
+        QTest::newRow("same file twice gives one tab") << QStringList{"a.md", "a.md"} << QStringList{"a"};
         // clang-format on
     }
     void openFilters()
     {
         QFETCH(QStringList, dropped);
-        QFETCH(QStringList, opened);
+        QFETCH(QStringList, titles);
         ModelHarness h;
         QList<QUrl> urls;
         for (const QString &name : dropped) {
@@ -80,11 +67,11 @@ private slots:
         }
         urls.append(QUrl("https://example.com/remote.md"));
         h.model->openURLs(urls, false);
-        QStringList names;
+        QStringList opened;
         for (const TarnDocument *document : h.model->tabs())
-            names.append(document->fileName());
-        QCOMPARE(names, opened);
-        QCOMPARE(h.model->selectedDocument()->fileName(), opened.last());
+            opened.append(document->title());
+        QCOMPARE(opened, titles);
+        QCOMPARE(h.model->selectedDocument()->title(), titles.last());
         QVERIFY(!h.model->alert());
     }
 
@@ -98,7 +85,7 @@ private slots:
         QTest::newRow("GB18030") << encodeWithIcu(chineseText, "gb18030") << chineseText;
         QTest::newRow("UTF-16LE with BOM") << "\xFF\xFE" + encodeWithIcu(chineseText, "UTF-16LE") << chineseText;
         QTest::newRow("empty file") << QByteArray("") << QString("");
-        QTest::newRow("binary file") << binaryBytes() << QString();
+        QTest::newRow("binary file") << QByteArray(64, 0) << QString();
         QTest::newRow("missing file") << QByteArray() << QString();
         // clang-format on
     }
@@ -115,20 +102,13 @@ private slots:
             QVERIFY(h.model->tabs().isEmpty());
             QCOMPARE(h.model->alert()->title, QStringLiteral("打开失败"));
             QCOMPARE(line.event, QStringLiteral("file.open.failure"));
-            QCOMPARE(line.metadata.value("path"), h.path("doc.md"));
             QCOMPARE(line.metadata.value("error"), h.model->alert()->message);
-            QVERIFY(h.model->storedFiles().isEmpty());
             return;
         }
         QVERIFY2(!h.model->alert(), qPrintable(h.model->alert() ? h.model->alert()->message : ""));
-        TarnDocument *document = h.model->selectedDocument();
-        QCOMPARE(document->content(), text);
-        QCOMPARE(document->draft(), text);
-        QVERIFY(!document->isDirty());
+        QCOMPARE(h.model->selectedDocument()->content(), text);
         QCOMPARE(h.platform.recentDocuments, QList<QUrl>{h.url("doc.md")});
         QCOMPARE(line.event, QStringLiteral("file.open.success"));
-        QCOMPARE(line.metadata,
-                 (QMap<QString, QString>{{"file", "doc.md"}, {"path", h.path("doc.md")}}));
     }
 
     void openingAnOpenFileSelectsItsTab()
@@ -146,43 +126,32 @@ private slots:
         QCOMPARE(h.events().last(), QStringLiteral("file.open.existing"));
     }
 
-    void saveAs_data()
-    {
-        QTest::addColumn<SaveAsRow>("row"); // chosen file ("": cancelled), event
-        // clang-format off
-        QTest::newRow("new file") << SaveAsRow{"copy.md", "file.save_as.success"};
-        QTest::newRow("typed without an extension") << SaveAsRow{"copy", "file.save_as.success"};
-        QTest::newRow("cancelled") << SaveAsRow{"", "file.save_as.cancelled"};
-        QTest::newRow("target is a folder") << SaveAsRow{"taken.md", "file.save_as.failure"};
-        // clang-format on
-    }
     void saveAs()
     {
-        QFETCH(SaveAsRow, row);
-        const auto &[target, event] = row;
         ModelHarness h;
         TarnDocument *document = h.editDraft("a.md", "old", "draft");
         QDir(h.dir.path()).mkdir("taken.md");
-        if (!target.isEmpty())
-            h.platform.savePanelAnswers = {h.url(target)};
-
-        const bool saved = event == "file.save_as.success";
-        QCOMPARE(h.model->saveDocumentAs(document), saved);
+        // Cancelled, then refused by a folder in the way: the draft stays unsaved.
+        h.platform.savePanelAnswers = {std::nullopt, h.url("taken.md"), h.url("copy")};
+        QVERIFY(!h.model->saveDocumentAs(document));
+        QCOMPARE(h.log().last().event, QStringLiteral("file.save_as.cancelled"));
+        QVERIFY(!h.model->alert());
+        QVERIFY(!h.model->saveDocumentAs(document));
+        QCOMPARE(h.log().last().event, QStringLiteral("file.save_as.failure"));
+        QCOMPARE(h.model->alert()->title, QStringLiteral("保存失败"));
+        QVERIFY(document->isDirty());
+        // Typed without an extension. The tab keeps its own file although the draft went
+        // elsewhere.
+        QVERIFY(h.model->saveDocumentAs(document));
+        QCOMPARE(h.log().last().event, QStringLiteral("file.save_as.success"));
+        QCOMPARE(readFile(h.path("copy.md")), QByteArray("draft"));
+        QCOMPARE(h.model->storedFiles().last().path, h.path("copy.md"));
+        QCOMPARE(readFile(h.path("a.md")), QByteArray("old"));
+        QCOMPARE(document->url(), h.url("a.md"));
+        QVERIFY(!document->isDirty());
         const SavePanelOptions panel = h.platform.savePanels.first();
-        QCOMPARE(panel.title, QStringLiteral("另存为 Markdown 文件"));
         QCOMPARE(panel.suggestedName, QStringLiteral("a.md"));
         QCOMPARE(panel.nameFilters, QStringList{AppModel::documentNameFilter()});
-        QCOMPARE(h.log().last().event, event);
-        QCOMPARE(readFile(h.path("a.md")), QByteArray("old"));
-        // The tab keeps its own file even when the draft went elsewhere.
-        QCOMPARE(document->url(), h.url("a.md"));
-        QCOMPARE(document->isDirty(), !saved);
-        QCOMPARE(bool(h.model->alert()), event == "file.save_as.failure");
-        if (saved) {
-            const QString written = target.endsWith(".md") ? target : target + ".md";
-            QCOMPARE(readFile(h.path(written)), QByteArray("draft"));
-            QCOMPARE(h.model->storedFiles().last().path, h.path(written));
-        }
     }
 
     void closeTabNeighbour_data()
@@ -251,12 +220,10 @@ private slots:
         h.model->closeTab(document);
         const ModalAlert question = h.platform.alerts.first();
         QCOMPARE(question.message, QStringLiteral("要保存对 a.md 的修改吗？"));
-        QCOMPARE(question.informativeText, QStringLiteral("你的编辑还没有保存。"));
         QCOMPARE(question.buttons, (QStringList{"保存", "放弃修改", "取消"}));
         QCOMPARE(h.model->tabs().contains(document), !closes);
         QCOMPARE(document->isDirty(), !closes);
         QCOMPARE(document->draft(), answer == 1 ? QStringLiteral("on disk") : draft);
-        QCOMPARE(document->url(), h.url("sub/a.md"));
         const bool saved = closes && answer == 0;
         if (broken.isEmpty()) {
             QCOMPARE(h.platform.alerts.size(), 1);
@@ -274,7 +241,6 @@ private slots:
         QVERIFY(alert.informativeText.startsWith(prefix));
         const LogLine failure = h.lastLine("file.save.failure");
         QCOMPARE(failure.metadata.value("error"), alert.informativeText.mid(prefix.size()));
-        QCOMPARE(failure.metadata.value("path"), h.path("sub/a.md"));
         if (broken == "parent")
             QCOMPARE(readFile(h.path("sub")), QByteArray("a file now"));
         QCOMPARE(readFile(h.path("rescued.md")), saved ? draft.toUtf8() : QByteArray());
@@ -325,6 +291,7 @@ private slots:
         h.model->toggleEditing();
         h.model->toggleEditing(); // nothing unsaved: leaves at once
         QVERIFY(!h.model->isEditing());
+        QVERIFY(!h.model->canSaveSelectedDocument());
     }
 
     void quittingAsksForEachDirtyTab()
