@@ -5,7 +5,6 @@
 #include "ModelFixture.h"
 
 #include <QFile>
-#include <QSettings>
 #include <QTest>
 #include <QTimeZone>
 
@@ -25,6 +24,12 @@ inline void writeFile(const QString &path, const QByteArray &bytes)
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         qFatal("cannot prepare test file %s", qPrintable(path));
+}
+
+// An alert as the user reads it: message, informative text, buttons.
+inline QString alertText(const ModalAlert &alert)
+{
+    return alert.message + " | " + alert.informativeText + " | " + alert.buttons.join(" / ");
 }
 
 // A model over a fresh temporary folder: settings in "settings.ini", the log in "logs".
@@ -48,11 +53,6 @@ struct ModelHarness : ModelFixture
         model->toggleEditing();
         model->selectedDocument()->updateDraft(draft);
         return model->selectedDocument();
-    }
-    // Settings as a fresh reader of the INI file sees them.
-    QVariant storedValue(const QString &key) const
-    {
-        return QSettings(path("settings.ini"), QSettings::IniFormat).value(key);
     }
     // The last usage-log line whose event starts with `prefix`.
     LogLine lastLine(const QString &prefix) const

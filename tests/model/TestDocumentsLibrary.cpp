@@ -1,17 +1,13 @@
 // Documents and what is stored about them: drafts, display titles, the library's JSON, its
 // filter and order, favourites and reopening, and the settings store with its defaults.
 #include "ModelTestSupport.h"
-#include "StoredFile.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSignalSpy>
 
 using DirtyRow = std::tuple<QString, QString, bool>;
 using FilterRow = std::tuple<QList<StoredFile>, QString, QStringList>;
 using SettingsRow = std::tuple<QByteArray, QString, bool, int, int>;
-using FavouriteRow = std::tuple<QStringList, bool, bool, bool>;
+using FavRow = std::tuple<QStringList, bool, bool, bool>;
 
 static StoredFile entry(const QString &path, bool favorite, std::optional<double> opened)
 {
@@ -91,9 +87,8 @@ private slots:
         const auto json = StoredFiles::encode(files);
         QVERIFY(json);
         QCOMPARE(StoredFiles::decode(*json), std::optional(files));
-        const QJsonArray array = QJsonDocument::fromJson(*json).array();
-        QCOMPARE(array.at(0).toObject().value("bookmarkData").toString(), QStringLiteral("AAH/"));
-        QVERIFY(!array.at(1).toObject().contains("lastOpenedAt"));
+        QVERIFY(json->contains(R"("bookmarkData":"AAH/")"));
+        QCOMPARE(json->count("lastOpenedAt"), 1); // absent, not null
     }
 
     void libraryFilterAndOrder_data()
@@ -101,14 +96,10 @@ private slots:
         QTest::addColumn<FilterRow>("row");
         // clang-format off
         QTest::newRow("favourites first, newest first, undated favourite last of them, undated recent hidden")
-            << FilterRow{{entry("/r/old.md", false, 10), entry("/f/undated.md", true, std::nullopt), entry("/r/new.md", false, 30),
-                          entry("/f/dated.md", true, 20), entry("/gone.md", false, std::nullopt)},
-                         "", {"/f/dated.md", "/f/undated.md", "/r/new.md", "/r/old.md"}};
+            << FilterRow{{entry("/r/old.md", false, 10), entry("/f/undated.md", true, std::nullopt), entry("/r/new.md", false, 30), entry("/f/dated.md", true, 20), entry("/gone.md", false, std::nullopt)}, "", {"/f/dated.md", "/f/undated.md", "/r/new.md", "/r/old.md"}};
         QTest::newRow("ties keep stored order") << FilterRow{{entry("/b.md", false, 5), entry("/a.md", false, 5)}, "", {"/b.md", "/a.md"}};
-        QTest::newRow("filter trimmed, on name or folder, any case")
-            << FilterRow{{entry("/NOTES/x.txt", false, 1), entry("/a/readme.MD", false, 2), entry("/a/plain.txt", false, 3)}, "  notes \n", {"/NOTES/x.txt"}};
-        QTest::newRow("decomposed filter finds precomposed name")
-            << FilterRow{{entry("/a/café.md", false, 1), entry("/a/cafe.md", false, 2)}, "cafe\u0301", {"/a/café.md"}};
+        QTest::newRow("filter trimmed, on name or folder, any case") << FilterRow{{entry("/NOTES/x.txt", false, 1), entry("/a/readme.MD", false, 2), entry("/a/plain.txt", false, 3)}, "  notes \n", {"/NOTES/x.txt"}};
+        QTest::newRow("decomposed filter finds precomposed name") << FilterRow{{entry("/a/café.md", false, 1), entry("/a/cafe.md", false, 2)}, "cafe\u0301", {"/a/café.md"}};
         // clang-format on
     }
     void libraryFilterAndOrder()
@@ -123,17 +114,15 @@ private slots:
 
     void favouritesAndRecents_data()
     {
-        QTest::addColumn<FavouriteRow>("row"); // steps; then present, favourite, dated
-        // clang-format off
-        QTest::newRow("favourite twice is recent again") << FavouriteRow{{"fav", "fav"}, true, false, true};
-        QTest::newRow("remove recent") << FavouriteRow{{"remove"}, false, false, false};
-        QTest::newRow("favourite taken off recent stays") << FavouriteRow{{"fav", "remove"}, true, true, false};
-        QTest::newRow("then unmarked, gone") << FavouriteRow{{"fav", "remove", "fav"}, false, false, false};
-        // clang-format on
+        QTest::addColumn<FavRow>("row"); // steps; then present, favourite, dated
+        QTest::newRow("favourite twice: recent") << FavRow{{"fav", "fav"}, true, false, true};
+        QTest::newRow("remove recent") << FavRow{{"remove"}, false, false, false};
+        QTest::newRow("favourite off recent stays") << FavRow{{"fav", "remove"}, true, true, false};
+        QTest::newRow("unmarked: gone") << FavRow{{"fav", "remove", "fav"}, false, false, false};
     }
     void favouritesAndRecents()
     {
-        QFETCH(FavouriteRow, row);
+        QFETCH(FavRow, row);
         const auto &[steps, present, favorite, dated] = row;
         ModelHarness h;
         // The bookmark made on opening fails; the first favourite mark makes it.
@@ -158,7 +147,7 @@ private slots:
         QCOMPARE(stored.lastOpenedAt.has_value(), dated);
         QCOMPARE(stored.bookmarkData, std::optional(h.url("a.md").toEncoded() + "#2"));
         // The store holds the same list.
-        QCOMPARE(StoredFiles::decode(h.storedValue("tarn.storedFiles").toByteArray()),
+        QCOMPARE(StoredFiles::decode(h.settings->value("tarn.storedFiles").toByteArray()),
                  std::optional(h.model->storedFiles()));
     }
 
@@ -166,11 +155,9 @@ private slots:
     {
         ModelHarness h;
         h.file("moved.md", "moved");
-        h.platform.bookmarkResolver =
-            [&](const QByteArray &data) -> std::optional<ResolvedBookmark> {
-            if (data == "broken")
-                return std::nullopt;
-            return ResolvedBookmark{h.url("moved.md"), data == "stale"};
+        h.platform.bookmarkResolver = [&](const QByteArray &data) {
+            const ResolvedBookmark moved{h.url("moved.md"), data == "stale"};
+            return data == "broken" ? std::nullopt : std::optional(moved);
         };
         StoredFile file{h.path("a.md"), "a.md", std::nullopt, true, std::nullopt};
         h.model->setStoredFiles({file});
@@ -190,15 +177,12 @@ private slots:
     void settingsLoading_data()
     {
         QTest::addColumn<SettingsRow>("row"); // INI; theme, outline, library and positions read
-        const QByteArray fallback = "[General]\ntarn.storedFiles=\"" +
-                                    QByteArray(validLibrary).replace('"', "\\\"") + "\"\n";
         // clang-format off
         QTest::newRow("no file") << SettingsRow{{}, "businessBlue", true, 0, 0};
         QTest::newRow("all valid") << SettingsRow{"[General]\ntarn.theme=dark\ntarn.showOutline=false\n" + blobLine("tarn.storedFiles", validLibrary) + blobLine("tarn.readPositions", R"({"/a/x.md":120.5,"/b.md":0})"), "dark", false, 1, 2};
         QTest::newRow("theme in wrong case, outline not a boolean") << SettingsRow{"[General]\ntarn.theme=Dark\ntarn.showOutline=0\n", "businessBlue", true, 0, 0};
-        QTest::newRow("library as text, positions not an object") << SettingsRow{fallback + blobLine("tarn.readPositions", "[1,2]"), "businessBlue", true, 0, 0};
+        QTest::newRow("library as text, positions not an object") << SettingsRow{"[General]\ntarn.storedFiles=\"" + QByteArray(validLibrary).replace('"', "\\\"") + "\"\n" + blobLine("tarn.readPositions", "[1,2]"), "businessBlue", true, 0, 0};
         QTest::newRow("position that is not a number spoils the map") << SettingsRow{"[General]\n" + blobLine("tarn.readPositions", R"({"/a.md":1,"/b.md":"top"})"), "businessBlue", true, 0, 0};
-        QTest::newRow("binary garbage file") << SettingsRow{QByteArray("\x00\xff\x13[[[=\n\x01\x02@ByteArray(", 20), "businessBlue", true, 0, 0};
         // clang-format on
     }
     void settingsLoading()
@@ -211,7 +195,7 @@ private slots:
         QCOMPARE(h.model->storedFiles().size(), storedFiles);
         QCOMPARE(h.model->readPositions().size(), readPositions);
         // The library is written back at once: unreadable values become an empty array.
-        const QVariant written = h.storedValue("tarn.storedFiles");
+        const QVariant written = h.settings->value("tarn.storedFiles");
         QCOMPARE(written.typeId(), int(QMetaType::QByteArray));
         QCOMPARE(StoredFiles::decode(written.toByteArray()), std::optional(h.model->storedFiles()));
     }

@@ -6,16 +6,14 @@
 
 #include <QDir>
 #include <QSignalSpy>
-#include <QTimeZone>
 
 #include <thread>
 #include <vector>
 
-using Metadata = QMap<QString, QString>;
 using SearchReport = std::tuple<int, int, int, int>; // current and total; then count and index
-using LinkRow = std::tuple<QString, QString, QString>;
-using LineRow = std::tuple<QString, Metadata, QByteArray>;
-using FolderRow = std::tuple<QString, QString, QString, QString>;
+using Link = std::tuple<QString, QString, QString>;
+using LineRow = std::tuple<QString, QMap<QString, QString>, QByteArray>;
+using EnvRow = std::tuple<QString, QString, QString, QString>;
 
 class TestReaderLog : public QObject
 {
@@ -54,7 +52,6 @@ private slots:
         const SearchNavigationRequest first = h.model->searchNavigationRequest().value();
         h.model->navigateSearch(SearchNavigationDirection::next);
         QVERIFY(*h.model->searchNavigationRequest() != first); // same direction, new request
-        QCOMPARE(h.model->searchNavigationRequest()->direction, SearchNavigationDirection::next);
 
         // Results are forgotten when the query changes, and only then.
         h.model->setSearchQuery("tarn");
@@ -70,20 +67,16 @@ private slots:
 
     void openLink_data()
     {
-        // Relative to the document's folder, or an absolute URL; event; "tab:<name>", "handler"
-        // or "alert".
-        QTest::addColumn<LinkRow>("row");
-        // clang-format off
-        QTest::newRow("sibling Markdown file") << LinkRow{"../other.md", "link.open.local", "tab:other.md"};
-        QTest::newRow("text file") << LinkRow{"notes.TXT", "link.open.local", "tab:notes.TXT"};
-        QTest::newRow("PDF") << LinkRow{"paper.pdf", "link.open.local", "handler"};
-        QTest::newRow("missing Markdown file") << LinkRow{"../missing.md", "link.open.local_missing", "alert"};
-        QTest::newRow("web page") << LinkRow{"https://example.com/a?b=c%20d", "link.open.external", "handler"};
-        // clang-format on
+        QTest::addColumn<Link>("row"); // link; event; "tab:<name>", "handler" or "alert"
+        QTest::newRow("sibling file") << Link{"../other.md", "link.open.local", "tab:other.md"};
+        QTest::newRow("text file") << Link{"notes.TXT", "link.open.local", "tab:notes.TXT"};
+        QTest::newRow("PDF") << Link{"paper.pdf", "link.open.local", "handler"};
+        QTest::newRow("missing file") << Link{"../missing.md", "link.open.local_missing", "alert"};
+        QTest::newRow("web") << Link{"https://e.com/a?b=c%20d", "link.open.external", "handler"};
     }
     void openLink()
     {
-        QFETCH(LinkRow, row);
+        QFETCH(Link, row);
         const auto &[link, event, outcome] = row;
         ModelHarness h;
         QDir(h.dir.path()).mkdir("docs");
@@ -126,14 +119,23 @@ private slots:
         QCOMPARE(panel.suggestedName, QStringLiteral("guide.html"));
         QCOMPARE(panel.defaultSuffix, QStringLiteral("html"));
         QCOMPARE(h.log().last().event, QStringLiteral("export.html.cancelled"));
-        QCOMPARE(h.log().last().metadata.value("file"), QStringLiteral("guide.md.md"));
-        QVERIFY(!h.model->alert());
 
+        // The PDF exporter may finish on another thread; the model reacts only on its own.
+        for (const bool ok : {true, false}) {
+            h.platform.savePanelAnswers = {h.url("guide")};
+            h.model->exportSelectedDocumentAsPDF();
+            const auto request = h.pdf.requests.last();
+            QCOMPARE(request.html, page);
+            QCOMPARE(request.outputURL, h.url("guide.pdf"));
+            std::thread([&] { request.completion({ok, ok ? QString() : "磁盘已满"}); }).join();
+            QCOMPARE(h.events().last(), QStringLiteral("export.pdf.start"));
+            QTRY_COMPARE(h.events().last(), ok ? "export.pdf.success" : "export.pdf.failure");
+            QCOMPARE(h.model->alert().value_or(AppAlert()).message, ok ? "" : "磁盘已满");
+        }
         h.platform.savePanelAnswers = {h.url("no/such/a.html")};
         h.model->exportSelectedDocumentAsHTML();
         const LogLine failure = h.log().last();
         QCOMPARE(failure.event, QStringLiteral("export.html.failure"));
-        QCOMPARE(failure.metadata.value("output"), h.path("no/such/a.html"));
         QCOMPARE(h.model->alert()->title, QStringLiteral("导出失败"));
         QCOMPARE(h.model->alert()->message, failure.metadata.value("error"));
 
@@ -143,22 +145,6 @@ private slots:
         QCOMPARE(h.events().mid(h.events().size() - 2),
                  (QStringList{"export.html.start", "export.html.success"}));
 
-        // The PDF exporter may finish on another thread; the model reacts only on its own.
-        h.model->setAlert(std::nullopt);
-        for (const bool ok : {true, false}) {
-            h.platform.savePanelAnswers = {h.url("guide")};
-            h.model->exportSelectedDocumentAsPDF();
-            const auto request = h.pdf.requests.last();
-            QCOMPARE(request.html, page);
-            QCOMPARE(request.baseURL, QUrl::fromLocalFile(h.dir.path() + "/"));
-            QCOMPARE(request.outputURL, h.url("guide.pdf"));
-            std::thread([&] { request.completion({ok, ok ? QString() : "磁盘已满"}); }).join();
-            QCOMPARE(h.events().last(), QStringLiteral("export.pdf.start"));
-            QTRY_COMPARE(h.events().last(), ok ? "export.pdf.success" : "export.pdf.failure");
-            QCOMPARE(h.model->alert().has_value(), !ok);
-        }
-        QCOMPARE(h.platform.savePanels.last().suggestedName, QStringLiteral("guide.pdf"));
-        QCOMPARE(h.model->alert()->message, QStringLiteral("磁盘已满"));
         // A model closed before the exporter finishes hears nothing.
         h.platform.savePanelAnswers = {h.url("guide")};
         h.model->exportSelectedDocumentAsPDF();
@@ -178,7 +164,6 @@ private slots:
         QTest::newRow("backslash n stays distinct from LF") << LineRow{"e", {{"v", "a\\nb"}}, "e v=\"a\\\\nb\"\n"};
         QTest::newRow("CR escaped") << LineRow{"e", {{"v", "a\r\n"}}, "e v=\"a\\r\\n\"\n"};
         QTest::newRow("keys in code-point order, not UTF-16 order") << LineRow{"e", {{"\U0001F600", "1"}, {"\uFF61", "2"}}, "e \xef\xbd\xa1=\"2\" \xf0\x9f\x98\x80=\"1\"\n"};
-        QTest::newRow("UTF-8 values") << LineRow{"e", {{"file", "笔记.md"}}, "e file=\"\xe7\xac\x94\xe8\xae\xb0.md\"\n"};
         // clang-format on
     }
     void formatLine()
@@ -270,17 +255,15 @@ private slots:
 
     void defaultFolder_data()
     {
-        QTest::addColumn<FolderRow>("row"); // TARN_LOG_DIR, XDG_STATE_HOME, HOME; the folder
-        // clang-format off
-        QTest::newRow("override wins") << FolderRow{"/o", "/s", "/h", "/o"};
-        QTest::newRow("XDG state home") << FolderRow{"", "/s", "/h", "/s/Logs/Tarn"};
-        QTest::newRow("relative state home ignored") << FolderRow{"", "rel", "/h", "/h/.local/state/Logs/Tarn"};
-        QTest::newRow("no home") << FolderRow{"", "", "", QDir::tempPath() + "/TarnLogs"};
-        // clang-format on
+        QTest::addColumn<EnvRow>("row"); // TARN_LOG_DIR, XDG_STATE_HOME, HOME; the folder
+        QTest::newRow("override wins") << EnvRow{"/o", "/s", "/h", "/o"};
+        QTest::newRow("XDG state home") << EnvRow{"", "/s", "/h", "/s/Logs/Tarn"};
+        QTest::newRow("relative XDG") << EnvRow{"", "rel", "/h", "/h/.local/state/Logs/Tarn"};
+        QTest::newRow("no home") << EnvRow{"", "", "", QDir::tempPath() + "/TarnLogs"};
     }
     void defaultFolder()
     {
-        QFETCH(FolderRow, row);
+        QFETCH(EnvRow, row);
         const QByteArray names[] = {"TARN_LOG_DIR", "XDG_STATE_HOME", "HOME"};
         const QString values[] = {std::get<0>(row), std::get<1>(row), std::get<2>(row)};
         QByteArray saved[3];
