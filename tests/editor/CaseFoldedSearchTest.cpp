@@ -48,6 +48,7 @@ private slots:
         QTest::newRow("sharp s and double s") << EditRow{"sSßx", "ss", 300};
         QTest::newRow("longer query") << EditRow{"abAB \n", "abab", 2000};
         QTest::newRow("long document, short windows") << EditRow{"ab", "ab", 20000};
+        QTest::newRow("matches further apart than a window") << EditRow{"abcdefghijklmnopqrstuvwxyz", "abc", 60000};
     }
 
     void matchListFollowsEdits()
