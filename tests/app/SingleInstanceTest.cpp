@@ -10,30 +10,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace {
-
-constexpr int kStartTimeout = 60000;
-
-// A socket file nobody listens on, as a crashed instance leaves it.
-bool makeStaleSocket(const QString &path)
-{
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    if (fd < 0)
-        return false;
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const QByteArray bytes = path.toLocal8Bit();
-    if (size_t(bytes.size()) >= sizeof(address.sun_path)) {
-        ::close(fd);
-        return false;
-    }
-    qstrncpy(address.sun_path, bytes.constData(), sizeof(address.sun_path));
-    const bool bound = ::bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0;
-    ::close(fd);
-    return bound;
-}
-
-} // namespace
+// WAYLAND_DISPLAY and DISPLAY ("": unset, as in a session without X), then the key's end.
+using KeyRow = std::tuple<QByteArray, QByteArray, QString>;
 
 class SingleInstanceTest : public QObject
 {
@@ -44,49 +22,49 @@ private slots:
     // and a Wayland session without X still has a key of its own.
     void keyPerSession_data()
     {
-        QTest::addColumn<QString>("wayland");
-        QTest::addColumn<QString>("x11");
-        QTest::addColumn<QString>("suffix");
-        // clang-format off
-        QTest::newRow("X only") << "" << ":1" << "-_1";
-        QTest::newRow("Wayland only") << "wayland-0" << "" << "-wayland_0";
-        QTest::newRow("both") << "wayland-1" << ":0" << "-wayland_1";
-        // clang-format on
+        QTest::addColumn<KeyRow>("row");
+        QTest::newRow("X only") << KeyRow{"", ":1", "-_1"};
+        QTest::newRow("Wayland only") << KeyRow{"wayland-0", "", "-wayland_0"};
+        QTest::newRow("both") << KeyRow{"wayland-1", ":0", "-wayland_1"};
     }
     void keyPerSession()
     {
-        QFETCH(QString, wayland);
-        QFETCH(QString, x11);
-        // An empty value stands for an unset variable, as in a session without X.
+        QFETCH(KeyRow, row);
+        const auto &[wayland, x11, suffix] = row;
         const auto set = [](const char *name, const QByteArray &value) {
             value.isEmpty() ? qunsetenv(name) : qputenv(name, value);
         };
         const QByteArray saved[] = {qgetenv("WAYLAND_DISPLAY"), qgetenv("DISPLAY")};
-        set("WAYLAND_DISPLAY", wayland.toUtf8());
-        set("DISPLAY", x11.toUtf8());
+        set("WAYLAND_DISPLAY", wayland);
+        set("DISPLAY", x11);
         const QString key = SingleInstance::defaultKey();
         set("WAYLAND_DISPLAY", saved[0]);
         set("DISPLAY", saved[1]);
-        QTEST(key.mid(key.indexOf(u'-', 5)), "suffix");
+        QCOMPARE(key, QStringLiteral("tarn-%1").arg(::getuid()) + suffix);
     }
 
     void secondLaunchHandsOver()
     {
         TarnProcesses tarn;
-        for (const char *name : {"a.md", "b.md"})
+        for (const char *name : {"a.md", "b.md", "pic.png"})
             tarn.file(name, QStringLiteral("# %1\n").arg(name));
-        // A crashed instance left its socket behind: the first launch takes it over.
-        QVERIFY(makeStaleSocket(tarn.socketPath()));
-        QVERIFY(!SingleInstance(tarn.socketPath()).handOver({"/tmp/a.md"}, 500));
+        // A crashed instance left its socket behind, which nobody listens on: the first launch
+        // takes it over.
+        const QString socket = tarn.path(QStringLiteral("tmp/tarn-%1-_tarn_test").arg(::getuid()));
+        sockaddr_un address{AF_UNIX, {}};
+        qstrncpy(address.sun_path, QFile::encodeName(socket).constData(), sizeof(address.sun_path));
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        QCOMPARE(::bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0);
+        ::close(fd);
+        QVERIFY(!SingleInstance(socket).handOver({"/tmp/a.md"}, 500));
         QProcess *first = tarn.start({"a.md"});
-        QTRY_COMPARE_WITH_TIMEOUT(tarn.openedPaths(), QStringList{tarn.path("a.md")},
-                                  kStartTimeout);
+        QTRY_COMPARE_WITH_TIMEOUT(tarn.openedPaths(), QStringList{tarn.path("a.md")}, 60000);
 
         // Messages that are no list of paths are neither acknowledged nor acted on.
         for (const QByteArray &message :
              {QByteArray("{\"files\":[\"x.md\"]}\n"), QByteArray(5 * 1024 * 1024, 'x')}) {
             QLocalSocket stray;
-            stray.connectToServer(tarn.socketPath());
+            stray.connectToServer(socket);
             QVERIFY(stray.waitForConnected(5000));
             stray.write(message);
             stray.waitForBytesWritten(5000);
@@ -95,11 +73,9 @@ private slots:
 
         // b.md is new, a.md is open already: only b opens, a's tab is selected again. What cannot
         // open is said on standard error and the rest still goes.
-        tarn.file("pic.png", "png");
         QProcess *second = tarn.start({"b.md", "missing.md", "pic.png", "a.md"});
-        QVERIFY(second->waitForFinished(kStartTimeout));
-        QCOMPARE(second->exitStatus(), QProcess::NormalExit);
-        QCOMPARE(second->exitCode(), 0);
+        QVERIFY(second->waitForFinished(60000));
+        QVERIFY(second->exitStatus() == QProcess::NormalExit && second->exitCode() == 0);
         QCOMPARE(second->readAllStandardError(),
                  QByteArray("tarn: missing.md: no such file\n"
                             "tarn: pic.png: not a Markdown or text file\n"));
