@@ -13,16 +13,16 @@ QUrl AppHarness::file(const QString &name, const QString &text) const
     return QUrl::fromLocalFile(path(name));
 }
 
-QList<TarnDocument *> AppHarness::open(const QStringList &names)
+void AppHarness::open(const QStringList &names)
 {
     QList<QUrl> urls;
     for (const QString &name : names)
         urls << file(name, QStringLiteral("# %1\n\ntext\n").arg(name));
     model->openURLs(urls, true);
-    return model->tabs();
 }
 
-WindowFixture::WindowFixture()
+WindowFixture::WindowFixture(const QByteArray &iniText)
+    : app(iniText)
 {
     menu.install(window.menuBar());
     window.placeInitially();
@@ -38,10 +38,10 @@ QMenu *WindowFixture::topMenu(const QString &title) const
     return nullptr;
 }
 
-QAction *WindowFixture::item(const QString &menuTitle, MainMenu::Command command) const
+QAction *WindowFixture::item(MainMenu::Command command) const
 {
-    if (QMenu *found = topMenu(menuTitle)) {
-        for (QAction *action : found->actions()) {
+    for (QAction *top : window.menuBar()->actions()) {
+        for (QAction *action : top->menu()->actions()) {
             if (MainMenu::command(action) == command)
                 return action;
         }

@@ -22,7 +22,7 @@ public:
     // Writes `text` (UTF-8) to `name` in the folder and returns its URL.
     QUrl file(const QString &name, const QString &text = QStringLiteral("# Title\n")) const;
     // Creates the files and opens them as tabs, the last one selected.
-    QList<TarnDocument *> open(const QStringList &names);
+    void open(const QStringList &names);
 };
 
 // The main window with its menu bar over a fresh harness, shown at its initial size.
@@ -34,9 +34,10 @@ struct WindowFixture
     ContentView &view = *window.contentView();
     TopToolbar &toolbar = *view.toolbar();
 
-    WindowFixture();
+    explicit WindowFixture(const QByteArray &iniText = {});
     QMenu *topMenu(const QString &title) const;
-    QAction *item(const QString &menuTitle, MainMenu::Command command) const;
+    // The menu bar's item for `command` (the first, where two menus have it).
+    QAction *item(MainMenu::Command command) const;
     // Opens and closes the menu, which localises and validates it.
     void openMenu(const QString &title) const;
 };
