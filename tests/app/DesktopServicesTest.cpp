@@ -1,6 +1,7 @@
-// The freedesktop recent-files list and the shipped contact details.
+// The freedesktop recent-files list, the shipped contact details and the single-instance key.
 #include "ContactWindow.h"
 #include "RecentDocuments.h"
+#include "SingleInstance.h"
 
 #include <QDir>
 #include <QDomDocument>
@@ -10,6 +11,8 @@
 #include <QTest>
 #include <QTimeZone>
 
+#include <unistd.h>
+
 namespace {
 
 QByteArray readAll(const QString &path)
@@ -18,22 +21,18 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+// clang-format off
 const QByteArray otherProgramsList =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-    "<xbel version=\"1.0\" "
-    "xmlns:bookmark=\"http://www.freedesktop.org/standards/desktop-bookmarks\""
-    " xmlns:mime=\"http://www.freedesktop.org/standards/shared-mime-info\">\n"
-    "  <bookmark href=\"file:///home/u/photo.png\" added=\"2025-01-01T00:00:00Z\""
-    " modified=\"2025-01-01T00:00:00Z\" visited=\"2025-01-01T00:00:00Z\">\n"
-    "    <info><metadata owner=\"http://freedesktop.org\"><mime:mime-type type=\"image/png\"/>"
-    "<bookmark:applications><bookmark:application name=\"Viewer\" exec=\"'viewer %u'\""
-    " modified=\"2025-01-01T00:00:00Z\" count=\"3\"/></bookmark:applications></metadata></info>\n"
-    "  </bookmark>\n"
-    "</xbel>\n";
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xbel version=\"1.0\" xmlns:bookmark=\"http://www.freedesktop.org/standards/desktop-bookmarks\" xmlns:mime=\"http://www.freedesktop.org/standards/shared-mime-info\">\n"
+    "<bookmark href=\"file:///home/u/photo.png\" added=\"2025-01-01T00:00:00Z\" modified=\"2025-01-01T00:00:00Z\" visited=\"2025-01-01T00:00:00Z\"><info><metadata owner=\"http://freedesktop.org\">"
+    "<mime:mime-type type=\"image/png\"/><bookmark:applications><bookmark:application name=\"Viewer\" exec=\"'viewer %u'\" modified=\"2025-01-01T00:00:00Z\" count=\"3\"/></bookmark:applications></metadata></info></bookmark>\n</xbel>\n";
+// clang-format on
 
 // The list before (empty: no file yet), how often the file is added, the bookmarks afterwards
 // (0: the list is refused and left as it was) and Tarn's count on its bookmark.
 using RecentRow = std::tuple<QByteArray, int, int, int>;
+// WAYLAND_DISPLAY and DISPLAY ("": unset, as in a session without X), then the key's end.
+using KeyRow = std::tuple<QByteArray, QByteArray, QString>;
 
 } // namespace
 
@@ -101,6 +100,31 @@ private slots:
         const std::optional<ContactDetails> details = ContactWindow::parse(json, &error);
         QCOMPARE(details ? int(details->entries.size()) : -1, entries);
         QCOMPARE(error.isEmpty(), entries >= 0);
+    }
+
+    // One Tarn per user and session: a Wayland session's display wins over its Xwayland one,
+    // and a Wayland session without X still has a key of its own.
+    void singleInstanceKey_data()
+    {
+        QTest::addColumn<KeyRow>("row");
+        QTest::newRow("X only") << KeyRow{"", ":1", "-_1"};
+        QTest::newRow("Wayland only") << KeyRow{"wayland-0", "", "-wayland_0"};
+        QTest::newRow("both") << KeyRow{"wayland-1", ":0", "-wayland_1"};
+    }
+    void singleInstanceKey()
+    {
+        QFETCH(KeyRow, row);
+        const auto &[wayland, x11, suffix] = row;
+        const auto set = [](const char *name, const QByteArray &value) {
+            value.isEmpty() ? qunsetenv(name) : qputenv(name, value);
+        };
+        const QByteArray saved[] = {qgetenv("WAYLAND_DISPLAY"), qgetenv("DISPLAY")};
+        set("WAYLAND_DISPLAY", wayland);
+        set("DISPLAY", x11);
+        const QString key = SingleInstance::defaultKey();
+        set("WAYLAND_DISPLAY", saved[0]);
+        set("DISPLAY", saved[1]);
+        QCOMPARE(key, QStringLiteral("tarn-%1").arg(::getuid()) + suffix);
     }
 
     // What ships parses, each address is one a desktop can open, and each has its link.

@@ -1,17 +1,82 @@
-// The real program under an X server, driven with synthetic input (xdotool): reading, editing,
-// searching, exporting and quitting; then unsaved edits through a crash and a termination.
-#include "ProcessTestSupport.h"
+// The real program under an X server (xvfb-run), driven with synthetic input (xdotool): one Tarn
+// per display, reading, editing, searching, exporting and quitting, then unsaved edits through a
+// crash and a termination.
+#include "UsageLogReader.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocalSocket>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QSettings>
-#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
+#include <memory>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace {
+
+// Tarn processes whose every write (settings, logs, drafts, the instance socket, recent files)
+// goes under a fresh temporary folder; they are killed at the end of the test.
+class Sandbox
+{
+public:
+    Sandbox()
+    {
+        const char *const folders[][2] = {
+            {"TARN_LOG_DIR", "logs"},    {"XDG_CONFIG_HOME", "config"},  {"XDG_DATA_HOME", "data"},
+            {"XDG_STATE_HOME", "state"}, {"XDG_RUNTIME_DIR", "runtime"}, {"TMPDIR", "tmp"}};
+        for (const auto &[variable, folder] : folders) {
+            QDir(m_dir.path()).mkpath(folder);
+            m_environment.insert(variable, path(folder));
+        }
+        QFile::setPermissions(path("runtime"),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        m_environment.insert("QT_QPA_PLATFORM", "xcb");
+        m_environment.insert("QTWEBENGINE_DISABLE_SANDBOX", "1");
+        for (const char *variable :
+             {"WAYLAND_DISPLAY", "QT_QPA_PLATFORMTHEME", "XDG_CURRENT_DESKTOP"})
+            m_environment.remove(variable);
+        // No session bus: revealing files must not reach a real file manager.
+        m_environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path("no-bus"));
+    }
+    ~Sandbox()
+    {
+        for (const auto &process : m_processes) {
+            process->kill(); // nothing happens to one that has ended
+            process->waitForFinished(10000);
+        }
+    }
+
+    QString path(const QString &name) const { return m_dir.filePath(name); }
+    QString file(const QString &name, const QString &text) const
+    {
+        QFile out(path(name));
+        if (!out.open(QIODevice::WriteOnly) || out.write(text.toUtf8()) < 0)
+            qFatal("cannot write %s", qPrintable(name));
+        return path(name);
+    }
+    QProcess *start(const QStringList &arguments, const QString &program = TARN_BINARY)
+    {
+        auto &process = m_processes.emplace_back(std::make_unique<QProcess>());
+        process->setProcessEnvironment(m_environment);
+        process->setWorkingDirectory(m_dir.path());
+        process->setStandardOutputFile(QProcess::nullDevice());
+        process->start(program, arguments);
+        return process.get();
+    }
+    QStringList events() const { return eventNames(readUsageLog(path("logs/tarn.log"))); }
+
+private:
+    QTemporaryDir m_dir{QDir::tempPath() + "/tarnp-XXXXXX"}; // short: sockets have a path limit
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
+    std::vector<std::unique_ptr<QProcess>> m_processes;
+};
 
 constexpr int kTimeout = 60000;
 
@@ -86,38 +151,56 @@ class EndToEndTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
+    // A stale socket is taken over, stray messages are ignored and a second launch hands its
+    // files over. Then: switching tabs, editing and saving, searching, exporting both formats
+    // and quitting, checked on disk, in the remembered reading position and in the usage log.
+    // Then typing and SIGKILL: the next launch brings the draft back in an unsaved tab and says
+    // so; typing and SIGTERM at once: what was just typed is written. The file stays as saved.
+    void program()
     {
-        if (qEnvironmentVariableIsEmpty("DISPLAY"))
-            QSKIP("needs an X server (run under xvfb-run)");
-        if (QStandardPaths::findExecutable("xdotool").isEmpty())
-            QSKIP("needs xdotool (scripts/setup installs it)");
+        Sandbox tarn;
         // An X client for the whole run: when the last one goes, as a killed Tarn does, the X
         // server resets and refuses the next Tarn for a moment.
-        m_keepServerUp.start("xdotool", {"search", "--sync", "--name", "^no such window, ever$"});
-        QVERIFY(m_keepServerUp.waitForStarted());
-    }
-    void cleanupTestCase()
-    {
-        m_keepServerUp.kill();
-        m_keepServerUp.waitForFinished();
-    }
-
-    // Opens two files, switches tabs, edits and saves, searches, exports both formats and
-    // quits; then checks the files on disk, the remembered reading position and the usage log.
-    void readEditSearchExportQuit()
-    {
-        TarnProcesses tarn("xcb");
+        tarn.start({"search", "--sync", "--name", "^no such window, ever$"}, "xdotool");
         QString filler;
         for (int i = 1; i <= 150; ++i)
             filler += QStringLiteral("Paragraph %1 of the long introduction.\n\n").arg(i);
         const QString a =
             tarn.file("a.md", "# Alpha\n\n" + filler + "## Needle\n\nThe word zebra is here.\n");
         const QString b = tarn.file("b.md", "# Beta\n\nSecond file.\n");
-        QProcess *process = tarn.start({"a.md", "b.md"});
+        tarn.file("pic.png", "png");
+        // A crashed instance left its socket behind, which nobody listens on.
+        static const QRegularExpression unsafe("[^A-Za-z0-9]");
+        const QString display = QString::fromLocal8Bit(qgetenv("DISPLAY")).replace(unsafe, "_");
+        const QString socket = tarn.path(QStringLiteral("tmp/tarn-%1-").arg(::getuid()) + display);
+        sockaddr_un address{AF_UNIX, {}};
+        qstrncpy(address.sun_path, QFile::encodeName(socket).constData(), sizeof(address.sun_path));
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        QCOMPARE(::bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0);
+        ::close(fd);
+
+        QProcess *process = tarn.start({"a.md"});
         QString window;
-        QTRY_VERIFY_WITH_TIMEOUT(!(window = windowNamed(process, "b — Tarn")).isEmpty(), kTimeout);
-        QTRY_COMPARE_WITH_TIMEOUT(tarn.openedPaths(), (QStringList{a, b}), kTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = windowNamed(process, "a — Tarn")).isEmpty(), kTimeout);
+        // Messages that are no list of paths are neither acknowledged nor acted on.
+        for (const QByteArray &message :
+             {QByteArray("{\"files\":[\"b.md\"]}\n"), QByteArray(5 * 1024 * 1024, 'x')}) {
+            QLocalSocket stray;
+            stray.connectToServer(socket);
+            QVERIFY(stray.waitForConnected(5000));
+            stray.write(message);
+            stray.waitForBytesWritten(5000);
+            QVERIFY(!stray.waitForReadyRead(1000) || !stray.readAll().startsWith("ok"));
+        }
+        // a.md is open already and is selected again, b.md opens; what cannot open is said on
+        // standard error and the rest still goes.
+        QProcess *handOver = tarn.start({"a.md", "missing.md", "pic.png", "b.md"});
+        QVERIFY(handOver->waitForFinished(kTimeout));
+        QVERIFY(handOver->exitStatus() == QProcess::NormalExit && handOver->exitCode() == 0);
+        QCOMPARE(handOver->readAllStandardError(),
+                 QByteArray("tarn: missing.md: no such file\n"
+                            "tarn: pic.png: not a Markdown or text file\n"));
+        QTRY_COMPARE_WITH_TIMEOUT(xdotool({"getwindowname", window}), "b — Tarn", kTimeout);
 
         // The window's content is 1180 × 760 below the menu bar; the tab bar (34) comes first,
         // then a hairline and the toolbar (42) whose buttons are 30 wide, 4 apart, from x = 10.
@@ -160,65 +243,47 @@ private slots:
         const QByteArray page = readAll(tarn.path("exported a.html"));
         QVERIFY(page.contains("<title>a</title>") && page.contains("Added from the keyboard."));
 
-        const QStringList events = tarn.events();
-        qsizetype from = 0;
-        for (const char *event : {"app.launch", "file.open.success", "file.open.success",
-                                  "file.save.success", "export.pdf.start", "export.pdf.success",
-                                  "export.html.start", "export.html.success"}) {
-            from = events.indexOf(QLatin1String(event), from) + 1;
-            QVERIFY2(from > 0, qPrintable(event + (" missing in " + events.join(u' '))));
-        }
-        for (const QString &event : events)
-            QVERIFY2(!event.endsWith(".failure"), qPrintable(event));
-    }
+        // The page exporter's own diagnostics aside, which a busy machine may add.
+        QStringList events = tarn.events();
+        events.removeIf([](const QString &event) { return event.contains(u'_'); });
+        QCOMPARE(events,
+                 (QStringList{"app.launch", "file.open.success", "file.open.existing",
+                              "file.open.success", "file.save.success", "export.pdf.start",
+                              "export.pdf.success", "export.html.start", "export.html.success"}));
 
-    // Typing, then SIGKILL: the next launch brings the draft back in an unsaved tab and says so.
-    // Typing again, then SIGTERM at once: what was just typed is written before the process
-    // ends. The user's own file is never touched.
-    void unsavedEditsSurviveKillAndTerm()
-    {
-        TarnProcesses tarn("xcb");
-        const QByteArray saved = "# Alpha\n\nSaved text.\n";
-        const QString a = tarn.file("a.md", saved);
+        // Unsaved edits through a crash and a termination.
+        const QByteArray saved = readAll(a);
         const auto drafts = [&] {
             QByteArray all;
             for (const QFileInfo &file : QDir(tarn.path("state/Tarn/Drafts")).entryInfoList())
                 all += file.isFile() ? readAll(file.filePath()) : QByteArray();
             return all;
         };
-
-        QProcess *first = tarn.start({"a.md"});
-        QString window;
-        QTRY_VERIFY_WITH_TIMEOUT(!(window = windowNamed(first, "a — Tarn")).isEmpty(), kTimeout);
+        QProcess *crashing = tarn.start({"a.md"});
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = windowNamed(crashing, "a — Tarn")).isEmpty(), kTimeout);
         input(window, "ctrl+e ctrl+End", "Typed before the crash.");
         QTRY_VERIFY_WITH_TIMEOUT(drafts().contains("Typed before the crash."), kTimeout);
-        QCOMPARE(::kill(pid_t(first->processId()), SIGKILL), 0);
-        QVERIFY(first->waitForFinished(kTimeout));
+        QCOMPARE(::kill(pid_t(crashing->processId()), SIGKILL), 0);
+        QVERIFY(crashing->waitForFinished(kTimeout));
 
-        QProcess *second = tarn.start({});
-        QTRY_VERIFY_WITH_TIMEOUT(!(window = windowNamed(second, "a* — Tarn")).isEmpty(), kTimeout);
+        QProcess *next = tarn.start({});
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = windowNamed(next, "a* — Tarn")).isEmpty(), kTimeout);
         QString alert;
-        QTRY_VERIFY_WITH_TIMEOUT(!(alert = otherWindow(second, window)).isEmpty(), kTimeout);
-        const QList<LogLine> log = tarn.log();
-        QVERIFY(std::any_of(log.begin(), log.end(), [&](const LogLine &line) {
-            return line.event == "draft.recovered" && line.metadata.value("path") == a;
-        }));
+        QTRY_VERIFY_WITH_TIMEOUT(!(alert = otherWindow(next, window)).isEmpty(), kTimeout);
+        QVERIFY(tarn.events().contains("draft.recovered"));
         input(alert, "Return");
-        QTRY_VERIFY_WITH_TIMEOUT(windowsOf(second) == QStringList{window}, kTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(windowsOf(next) == QStringList{window}, kTimeout);
 
         // End after the typing lets the typed keys through before the signal; it changes nothing.
         input(window, "ctrl+End", " And after.");
         input(window, "End End");
-        second->terminate();
-        QVERIFY(second->waitForFinished(kTimeout));
-        QVERIFY(second->exitStatus() == QProcess::NormalExit && second->exitCode() == 0);
-        QVERIFY2(drafts().contains("Saved text.\\nTyped before the crash. And after."),
+        next->terminate();
+        QVERIFY(next->waitForFinished(kTimeout));
+        QVERIFY(next->exitStatus() == QProcess::NormalExit && next->exitCode() == 0);
+        QVERIFY2(drafts().contains("keyboard.Typed before the crash. And after."),
                  drafts().constData());
         QCOMPARE(readAll(a), saved);
     }
-
-private:
-    QProcess m_keepServerUp;
 };
 
 QTEST_GUILESS_MAIN(EndToEndTest)
