@@ -183,29 +183,21 @@ private slots:
     }
 
     // The whole window fits small screens, menu bar and title bar included; on a large one it
-    // takes its usual size and minimum.
-    void windowFitsTheScreen_data()
-    {
-        QTest::addColumn<QRect>("area");
-        QTest::newRow("1366 × 768") << QRect(0, 0, 1366, 768 - 32);
-        QTest::newRow("1280 × 720") << QRect(0, 0, 1280, 720 - 40);
-        QTest::newRow("large") << QRect(0, 0, 1920, 1050);
-    }
+    // takes its usual size and minimum again.
     void windowFitsTheScreen()
     {
-        QFETCH(QRect, area);
-        AppHarness app;
-        MainWindow window(*app.model);
-        MainMenu(*app.model).install(window.menuBar());
-        window.placeIn(area); // not yet framed: room is kept for a title bar
-        const int room = area.height() - MainWindow::titleBarAllowance;
-        QVERIFY(window.height() <= room && window.width() <= area.width());
-        QVERIFY(window.minimumSizeHint().height() <= room);
-        if (area.height() > 1000) {
-            QCOMPARE(window.size(), ContentView::initialContentSize.grownBy(
-                                        {0, window.menuBar()->sizeHint().height(), 0, 0}));
-            QCOMPARE(window.contentView()->minimumSize(), ContentView::minimumContentSize);
+        WindowFixture f;
+        f.window.hide(); // not framed: room is kept for a title bar
+        for (const QRect area : {QRect(0, 0, 1366, 768 - 32), QRect(0, 0, 1280, 720 - 40)}) {
+            f.window.placeIn(area);
+            const int room = area.height() - MainWindow::titleBarAllowance;
+            QVERIFY(f.window.height() <= room && f.window.width() <= area.width());
+            QVERIFY(f.window.minimumSizeHint().height() <= room);
         }
+        f.window.placeIn(QRect(0, 0, 1920, 1050));
+        const int menuBar = f.window.menuBar()->sizeHint().height();
+        QCOMPARE(f.window.size(), ContentView::initialContentSize.grownBy({0, menuBar, 0, 0}));
+        QCOMPARE(f.view.minimumSize(), ContentView::minimumContentSize);
     }
 };
 

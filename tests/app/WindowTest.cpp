@@ -302,55 +302,39 @@ private slots:
     }
 
     // Files dropped anywhere on the window, the reader's web view included, reach openURLs
-    // once; drags without local files are not the window's.
-    void drops_data()
-    {
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<bool>("withFiles");
-        QTest::newRow("reader view") << "reader view" << true;
-        QTest::newRow("editor") << "editor" << true;
-        QTest::newRow("web links only") << "editor" << false;
-    }
+    // once; drags without local files are not the window's: the editor takes a web link as text.
     void drops()
     {
-        QFETCH(QString, target);
-        QFETCH(bool, withFiles);
         WindowFixture f;
         f.app.open({"current.md"});
-        QWidget *widget = nullptr;
-        if (target == QLatin1String("editor")) {
-            f.app.model->toggleEditing();
-            widget = f.view.editorPane()->textView()->viewport();
-        } else {
-            QTRY_VERIFY(f.view.readerPane()->currentView());
-            TarnWebView *webView = f.view.readerPane()->currentView();
-            widget = webView->focusProxy() ? webView->focusProxy() : webView;
-        }
-        makeSelectedDirty(*f.app.model);
-        f.app.platform.alertAnswers = {1, 1, 1}; // discard the edit
-        QList<QUrl> urls{QUrl("https://example.org/remote.md")};
-        if (withFiles)
-            urls << f.app.file("one.md") << f.app.file("picture.png", "png")
-                 << f.app.file("two.txt");
-        QMimeData data;
-        data.setUrls(urls);
-        QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(widget, &enter);
-        QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(widget, &drop);
-        QCoreApplication::processEvents();
-        if (!withFiles) {
-            // Not the window's: a web link dropped on the editor is the editor's text.
-            QVERIFY(f.app.model->tabs().first()->draft().contains("https://example.org/remote.md"));
-            QCOMPARE(f.app.model->tabs().size(), 1);
-            QVERIFY(f.app.platform.alerts.isEmpty());
-            return;
-        }
-        QVERIFY(enter.isAccepted() && drop.isAccepted());
+        const QUrl link("https://example.org/remote.md");
+        auto dropOn = [&](QWidget *widget, const QList<QUrl> &urls) {
+            QMimeData data;
+            data.setUrls(urls);
+            QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, {});
+            QApplication::sendEvent(widget, &enter);
+            QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, {});
+            QApplication::sendEvent(widget, &drop);
+            QCoreApplication::processEvents();
+            return enter.isAccepted() && drop.isAccepted();
+        };
+        QTRY_VERIFY(f.view.readerPane()->currentView());
+        TarnWebView *page = f.view.readerPane()->currentView();
+        QVERIFY(
+            dropOn(page->focusProxy() ? page->focusProxy() : page, {link, f.app.file("one.md")}));
+        QTRY_COMPARE(f.app.model->tabs().size(), 2);
+
+        f.app.model->toggleEditing();
+        QWidget *editor = f.view.editorPane()->textView()->viewport();
+        dropOn(editor, {link});
+        QVERIFY(f.app.model->selectedDocument()->draft().contains(link.toString()));
+        QCOMPARE(f.app.model->tabs().size(), 2);
+        f.app.platform.alertAnswers = {0}; // save the edit, which holds no file's address
+        QVERIFY(dropOn(editor, {link, f.app.file("picture.png", "png"), f.app.file("two.txt")}));
         QTRY_COMPARE(f.app.model->tabs().size(), 3);
         QCOMPARE(f.app.platform.alerts.size(), 1);
         QCOMPARE(f.app.model->tabs().at(2)->fileName(), QStringLiteral("two.txt"));
-        QVERIFY(!f.app.model->tabs().first()->draft().contains("file://"));
+        QVERIFY(!f.app.model->tabs().at(1)->draft().contains("file://"));
     }
 };
 
