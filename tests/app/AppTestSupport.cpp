@@ -22,7 +22,7 @@ void AppHarness::open(const QStringList &names)
 }
 
 WindowFixture::WindowFixture(const QByteArray &iniText)
-    : app(iniText)
+    : AppHarness(iniText)
 {
     menu.install(window.menuBar());
     window.placeInitially();
@@ -40,11 +40,9 @@ QMenu *WindowFixture::topMenu(const QString &title) const
 
 QAction *WindowFixture::item(MainMenu::Command command) const
 {
-    for (QAction *top : window.menuBar()->actions()) {
-        for (QAction *action : top->menu()->actions()) {
-            if (MainMenu::command(action) == command)
-                return action;
-        }
+    for (QAction *action : window.menuBar()->findChildren<QAction *>()) {
+        if (MainMenu::command(action) == command)
+            return action;
     }
     return nullptr;
 }

@@ -1,4 +1,5 @@
-// Shared pieces of the app tests: a model over real files and settings, the window and its menu.
+// The app tests (window, menu and desktop services, one source file each) and what they share:
+// a model over real files and settings, the window and its menu.
 #pragma once
 
 #include "AppModel.h"
@@ -26,11 +27,10 @@ public:
 };
 
 // The main window with its menu bar over a fresh harness, shown at its initial size.
-struct WindowFixture
+struct WindowFixture : AppHarness
 {
-    AppHarness app;
-    MainWindow window{*app.model};
-    MainMenu menu{*app.model};
+    MainWindow window{*model};
+    MainMenu menu{*model};
     ContentView &view = *window.contentView();
     TopToolbar &toolbar = *view.toolbar();
 
@@ -44,3 +44,34 @@ struct WindowFixture
 
 // Gives the selected document an unsaved edit.
 void makeSelectedDirty(AppModel &model, const QString &text = QStringLiteral("changed\n"));
+
+class AppTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // WindowTest.cpp
+    void contentArea();
+    void enableRules_data();
+    void enableRules();
+    void themes();
+    void searchControl();
+    void alerts();
+    void tabStrip();
+    void sidebar();
+    void drops();
+    // MenuTest.cpp
+    void localisation();
+    void commandsReachTheModel();
+    void editCommandsReachTheEditor();
+    void launchedProgram();
+    void windowFitsTheScreen();
+    // DesktopServicesTest.cpp
+    void recentDocuments_data();
+    void recentDocuments();
+    void contactDetails_data();
+    void contactDetails();
+    void shippedContactDetails();
+    void singleInstanceKey_data();
+    void singleInstanceKey();
+};
