@@ -38,9 +38,9 @@ QMenu *WindowFixture::topMenu(const QString &title) const
     return nullptr;
 }
 
-QAction *WindowFixture::item(MainMenu::Command command) const
+QAction *menuItem(const QMenuBar *bar, MainMenu::Command command)
 {
-    for (QAction *action : window.menuBar()->findChildren<QAction *>()) {
+    for (QAction *action : bar->findChildren<QAction *>()) {
         if (MainMenu::command(action) == command)
             return action;
     }

