@@ -50,8 +50,7 @@ class AppTest : public QObject
 {
     Q_OBJECT
 
-private slots:
-    // WindowTest.cpp
+private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in this order
     void contentArea();
     void enableRules_data();
     void enableRules();
@@ -61,13 +60,13 @@ private slots:
     void tabStrip();
     void sidebar();
     void drops();
-    // MenuTest.cpp
+
     void localisation();
     void commandsReachTheModel();
     void editCommandsReachTheEditor();
     void launchedProgram();
     void windowFitsTheScreen();
-    // DesktopServicesTest.cpp
+
     void recentDocuments_data();
     void recentDocuments();
     void contactDetails_data();
