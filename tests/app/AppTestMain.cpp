@@ -1,12 +1,10 @@
-// Runs every window, menu and desktop test class in one binary.
+// Runs the window, menu and desktop services tests in one binary.
+#include "AppTestSupport.h"
 #include "WebEngineProcess.h"
 
 #include <QApplication>
 #include <QStandardPaths>
-
-int runWindowTests(int argc, char **argv);
-int runMenuTests(int argc, char **argv);
-int runDesktopServicesTests(int argc, char **argv);
+#include <QTest>
 
 int main(int argc, char **argv)
 {
@@ -14,8 +12,6 @@ int main(int argc, char **argv)
     configureWebEngineForProcess();
     QStandardPaths::setTestModeEnabled(true);
     QApplication app(argc, argv);
-    int failures = 0;
-    for (auto run : {runWindowTests, runMenuTests, runDesktopServicesTests})
-        failures += run(argc, argv);
-    return failures == 0 ? 0 : 1;
+    AppTest test;
+    return QTest::qExec(&test, argc, argv);
 }

@@ -13,16 +13,16 @@ QUrl AppHarness::file(const QString &name, const QString &text) const
     return QUrl::fromLocalFile(path(name));
 }
 
-QList<TarnDocument *> AppHarness::open(const QStringList &names)
+void AppHarness::open(const QStringList &names)
 {
     QList<QUrl> urls;
     for (const QString &name : names)
         urls << file(name, QStringLiteral("# %1\n\ntext\n").arg(name));
     model->openURLs(urls, true);
-    return model->tabs();
 }
 
-WindowFixture::WindowFixture()
+WindowFixture::WindowFixture(const QByteArray &iniText)
+    : AppHarness(iniText)
 {
     menu.install(window.menuBar());
     window.placeInitially();
@@ -38,13 +38,11 @@ QMenu *WindowFixture::topMenu(const QString &title) const
     return nullptr;
 }
 
-QAction *WindowFixture::item(const QString &menuTitle, MainMenu::Command command) const
+QAction *menuItem(const QMenuBar *bar, MainMenu::Command command)
 {
-    if (QMenu *found = topMenu(menuTitle)) {
-        for (QAction *action : found->actions()) {
-            if (MainMenu::command(action) == command)
-                return action;
-        }
+    for (QAction *action : bar->findChildren<QAction *>()) {
+        if (MainMenu::command(action) == command)
+            return action;
     }
     return nullptr;
 }

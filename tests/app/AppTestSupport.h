@@ -1,4 +1,5 @@
-// Shared pieces of the app tests: a model over real files and settings, the window and its menu.
+// The app tests (window, menu and desktop services, one source file each) and what they share:
+// a model over real files and settings, the window and its menu.
 #pragma once
 
 #include "AppModel.h"
@@ -14,32 +15,62 @@
 class AppHarness : public ModelFixture
 {
 public:
-    // `iniText` is put in place as the settings file before the model reads it.
-    explicit AppHarness(const QByteArray &iniText = {})
-        : ModelFixture(iniText)
-    {}
+    using ModelFixture::ModelFixture;
 
     // Writes `text` (UTF-8) to `name` in the folder and returns its URL.
     QUrl file(const QString &name, const QString &text = QStringLiteral("# Title\n")) const;
     // Creates the files and opens them as tabs, the last one selected.
-    QList<TarnDocument *> open(const QStringList &names);
+    void open(const QStringList &names);
 };
 
+using C = MainMenu::Command;
+
+// The bar's item for `command` (the first, where two menus have it).
+QAction *menuItem(const QMenuBar *bar, MainMenu::Command command);
+
 // The main window with its menu bar over a fresh harness, shown at its initial size.
-struct WindowFixture
+struct WindowFixture : AppHarness
 {
-    AppHarness app;
-    MainWindow window{*app.model};
-    MainMenu menu{*app.model};
+    MainWindow window{*model};
+    MainMenu menu{*model};
     ContentView &view = *window.contentView();
     TopToolbar &toolbar = *view.toolbar();
 
-    WindowFixture();
+    explicit WindowFixture(const QByteArray &iniText = {});
     QMenu *topMenu(const QString &title) const;
-    QAction *item(const QString &menuTitle, MainMenu::Command command) const;
+    QAction *item(MainMenu::Command command) const { return menuItem(window.menuBar(), command); }
     // Opens and closes the menu, which localises and validates it.
     void openMenu(const QString &title) const;
 };
 
 // Gives the selected document an unsaved edit.
 void makeSelectedDirty(AppModel &model, const QString &text = QStringLiteral("changed\n"));
+
+class AppTest : public QObject
+{
+    Q_OBJECT
+
+private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in this order
+    void contentArea();
+    void enableRules_data();
+    void enableRules();
+    void themes();
+    void searchControl();
+    void alerts();
+    void tabStrip();
+    void sidebar();
+    void drops();
+
+    void localisation();
+    void commandsReachTheModel();
+    void editCommandsReachTheEditor();
+    void launchedProgram();
+    void windowFitsTheScreen();
+
+    void recentDocuments_data();
+    void recentDocuments();
+    void contactDetails_data();
+    void contactDetails();
+    void singleInstanceKey_data();
+    void singleInstanceKey();
+};

@@ -1,13 +1,17 @@
-// The freedesktop recent-files list and the shipped contact details.
+// The freedesktop recent-files list, reading the contact details and the single-instance key.
+#include "AppTestSupport.h"
 #include "ContactWindow.h"
 #include "RecentDocuments.h"
+#include "SingleInstance.h"
 
+#include <QDir>
 #include <QDomDocument>
 #include <QFile>
-#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
+
+#include <unistd.h>
 
 namespace {
 
@@ -17,168 +21,112 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+// clang-format off
 const QByteArray otherProgramsList =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-    "<xbel version=\"1.0\" "
-    "xmlns:bookmark=\"http://www.freedesktop.org/standards/desktop-bookmarks\""
-    " xmlns:mime=\"http://www.freedesktop.org/standards/shared-mime-info\">\n"
-    "  <bookmark href=\"file:///home/u/photo.png\" added=\"2025-01-01T00:00:00Z\""
-    " modified=\"2025-01-01T00:00:00Z\" visited=\"2025-01-01T00:00:00Z\">\n"
-    "    <info><metadata owner=\"http://freedesktop.org\"><mime:mime-type type=\"image/png\"/>"
-    "<bookmark:applications><bookmark:application name=\"Viewer\" exec=\"'viewer %u'\""
-    " modified=\"2025-01-01T00:00:00Z\" count=\"3\"/></bookmark:applications></metadata></info>\n"
-    "  </bookmark>\n"
-    "</xbel>\n";
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xbel version=\"1.0\" xmlns:bookmark=\"http://www.freedesktop.org/standards/desktop-bookmarks\" xmlns:mime=\"http://www.freedesktop.org/standards/shared-mime-info\">\n"
+    "<bookmark href=\"file:///home/u/photo.png\" added=\"2025-01-01T00:00:00Z\" modified=\"2025-01-01T00:00:00Z\" visited=\"2025-01-01T00:00:00Z\"><info><metadata owner=\"http://freedesktop.org\">"
+    "<mime:mime-type type=\"image/png\"/><bookmark:applications><bookmark:application name=\"Viewer\" exec=\"'viewer %u'\" modified=\"2025-01-01T00:00:00Z\" count=\"3\"/></bookmark:applications></metadata></info></bookmark>\n</xbel>\n";
+// clang-format on
+
+// The list before (empty: no file yet), how often the file is added, the bookmarks afterwards
+// (0: the list is refused and left as it was) and Tarn's count on its bookmark.
+using RecentRow = std::tuple<QByteArray, int, int, int>;
+// WAYLAND_DISPLAY and DISPLAY ("": unset, as in a session without X), then the key's end.
+using KeyRow = std::tuple<QByteArray, QByteArray, QString>;
 
 } // namespace
 
-class DesktopServicesTest : public QObject
+void AppTest::recentDocuments_data()
 {
-    Q_OBJECT
-
-private slots:
-    void recentDocuments_data();
-    void recentDocuments();
-    void brokenRecentListIsLeftAlone_data();
-    void brokenRecentListIsLeftAlone();
-    void contactDetails_data();
-    void contactDetails();
-    void shippedContactDetails();
-};
-
-void DesktopServicesTest::recentDocuments_data()
-{
+    QTest::addColumn<RecentRow>("row");
     // clang-format off
-    QTest::addColumn<QByteArray>("existing"); // empty: no file yet
-    QTest::addColumn<int>("adds");
-    QTest::addColumn<int>("bookmarks");
-    QTest::addColumn<int>("tarnCount");
-
-    QTest::newRow("created") << QByteArray() << 1 << 1 << 1;
-    QTest::newRow("same file twice") << QByteArray() << 2 << 1 << 2;
-    QTest::newRow("other programs' entries kept") << otherProgramsList << 1 << 2 << 1;
+    QTest::newRow("created") << RecentRow{{}, 1, 1, 1};
+    QTest::newRow("same file twice") << RecentRow{{}, 2, 1, 2};
+    QTest::newRow("other programs' entries kept") << RecentRow{otherProgramsList, 1, 2, 1};
+    QTest::newRow("cut off") << RecentRow{otherProgramsList.left(200), 1, 0, 0};
+    QTest::newRow("another root") << RecentRow{"<?xml version=\"1.0\"?><html/>", 1, 0, 0};
     // clang-format on
 }
-
-void DesktopServicesTest::recentDocuments()
+void AppTest::recentDocuments()
 {
-    QFETCH(QByteArray, existing);
-    QFETCH(int, adds);
+    QFETCH(RecentRow, row);
+    const auto &[existing, adds, bookmarks, tarnCount] = row;
     QTemporaryDir dir;
-    const QString xbel = dir.filePath(QStringLiteral("share/recently-used.xbel"));
+    const QString xbel = dir.filePath("share/recently-used.xbel");
     if (!existing.isEmpty()) {
-        QDir().mkpath(dir.filePath(QStringLiteral("share")));
+        QDir().mkpath(dir.filePath("share"));
         QFile file(xbel);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(existing);
     }
-    const QUrl url = QUrl::fromLocalFile(QStringLiteral("/home/u/笔记 one.md"));
+    const QUrl url = QUrl::fromLocalFile("/home/u/笔记 one.md");
     const QDateTime when(QDate(2026, 3, 1), QTime(8, 0), QTimeZone::utc());
     for (int i = 0; i < adds; ++i)
-        QVERIFY(RecentDocuments::add(xbel, url, QStringLiteral("text/markdown"), when.addSecs(i)));
+        QCOMPARE(RecentDocuments::add(xbel, url, "text/markdown", when.addSecs(i)), bookmarks > 0);
+    if (bookmarks == 0) {
+        QCOMPARE(readAll(xbel), existing);
+        return;
+    }
 
     QDomDocument document;
     QVERIFY(document.setContent(readAll(xbel)));
-    const QDomNodeList bookmarks = document.elementsByTagName(QStringLiteral("bookmark"));
-    QTEST(int(bookmarks.size()), "bookmarks");
-    QDomElement ours;
-    for (int i = 0; i < bookmarks.size(); ++i) {
-        const QDomElement element = bookmarks.at(i).toElement();
-        if (element.attribute(QStringLiteral("href")) == QString::fromUtf8(url.toEncoded()))
-            ours = element;
-    }
-    QVERIFY(!ours.isNull());
-    QCOMPARE(ours.attribute(QStringLiteral("added")), QStringLiteral("2026-03-01T08:00:00.000Z"));
-    QCOMPARE(ours.attribute(QStringLiteral("visited")),
-             QStringLiteral("2026-03-01T08:00:0%1.000Z").arg(adds - 1));
-    QCOMPARE(ours.elementsByTagName(QStringLiteral("mime:mime-type"))
-                 .at(0)
-                 .toElement()
-                 .attribute(QStringLiteral("type")),
+    const QDomNodeList all = document.elementsByTagName("bookmark");
+    QCOMPARE(int(all.size()), bookmarks);
+    const QDomElement ours = all.at(all.size() - 1).toElement();
+    QCOMPARE(ours.attribute("href"), QString::fromUtf8(url.toEncoded()));
+    QCOMPARE(ours.attribute("added"), QStringLiteral("2026-03-01T08:00:00.000Z"));
+    QCOMPARE(ours.attribute("visited"), QStringLiteral("2026-03-01T08:00:0%1.000Z").arg(adds - 1));
+    QCOMPARE(ours.elementsByTagName("mime:mime-type").at(0).toElement().attribute("type"),
              QStringLiteral("text/markdown"));
-    const QDomElement application =
-        ours.elementsByTagName(QStringLiteral("bookmark:application")).at(0).toElement();
-    QCOMPARE(application.attribute(QStringLiteral("name")), QStringLiteral("Tarn"));
-    QTEST(application.attribute(QStringLiteral("count")).toInt(), "tarnCount");
-    if (!existing.isEmpty())
-        QVERIFY(readAll(xbel).contains("name=\"Viewer\""));
+    const QDomElement tarn = ours.elementsByTagName("bookmark:application").at(0).toElement();
+    QCOMPARE(tarn.attribute("name"), QStringLiteral("Tarn"));
+    QCOMPARE(tarn.attribute("count").toInt(), tarnCount);
 }
 
-void DesktopServicesTest::brokenRecentListIsLeftAlone_data()
+void AppTest::contactDetails_data()
 {
-    // clang-format off
-    QTest::addColumn<QByteArray>("existing");
-    QTest::newRow("cut off") << otherProgramsList.left(otherProgramsList.size() / 2);
-    QTest::newRow("another root") << QByteArray("<?xml version=\"1.0\"?><html/>");
-    // clang-format on
-}
-
-void DesktopServicesTest::brokenRecentListIsLeftAlone()
-{
-    QFETCH(QByteArray, existing);
-    QTemporaryDir dir;
-    const QString xbel = dir.filePath(QStringLiteral("recently-used.xbel"));
-    QFile file(xbel);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(existing);
-    file.close();
-    QVERIFY(!RecentDocuments::add(xbel, QUrl::fromLocalFile(QStringLiteral("/tmp/a.md")),
-                                  QStringLiteral("text/markdown")));
-    QCOMPARE(readAll(xbel), existing);
-}
-
-void DesktopServicesTest::contactDetails_data()
-{
-    // clang-format off
     QTest::addColumn<QByteArray>("json");
     QTest::addColumn<int>("entries"); // -1: an error
-    QTest::newRow("two entries") << QByteArray(R"({"intro":"hi","entries":[{"kind":"email","label":"电子邮件","text":"a@example.org","url":"mailto:a@example.org"},)"
-                                               R"({"kind":"web","label":"项目主页","text":"example.org","url":"https://example.org/"}]})") << 2;
+    // clang-format off
+    QTest::newRow("two entries") << QByteArray(R"({"intro":"hi","entries":[{"label":"邮件","text":"a","url":"mailto:a@b.org"},{"label":"主页","text":"b","url":"https://b.org/"}]})") << 2;
     QTest::newRow("not JSON") << QByteArray("{entries: [") << -1;
     QTest::newRow("no entries") << QByteArray(R"({"entries":[]})") << -1;
     QTest::newRow("entry without label") << QByteArray(R"({"entries":[{"text":"a@example.org","url":"mailto:a@example.org"}]})") << -1;
-    QTest::newRow("entry without address") << QByteArray(R"({"entries":[{"label":"电子邮件","text":"a@example.org"}]})") << -1;
     QTest::newRow("address without scheme") << QByteArray(R"({"entries":[{"label":"主页","text":"x","url":"example.org"}]})") << -1;
     // clang-format on
 }
 
-void DesktopServicesTest::contactDetails()
+void AppTest::contactDetails()
 {
     QFETCH(QByteArray, json);
     QFETCH(int, entries);
     QString error;
     const std::optional<ContactDetails> details = ContactWindow::parse(json, &error);
-    QCOMPARE(details.has_value(), entries >= 0);
-    if (details)
-        QCOMPARE(int(details->entries.size()), entries);
-    else
-        QVERIFY(!error.isEmpty());
+    QCOMPARE(details ? int(details->entries.size()) : -1, entries);
+    QCOMPARE(error.isEmpty(), entries >= 0);
 }
 
-void DesktopServicesTest::shippedContactDetails()
+// One Tarn per user and session: a Wayland session's display wins over its Xwayland one,
+// and a Wayland session without X still has a key of its own.
+void AppTest::singleInstanceKey_data()
 {
-    QString error;
-    const std::optional<ContactDetails> details = ContactWindow::shippedDetails(&error);
-    QVERIFY2(details, qPrintable(error));
-    QStringList schemes;
-    for (const ContactEntry &entry : details->entries)
-        schemes << entry.url.scheme();
-    // Every shipped address must be one a desktop can open.
-    QVERIFY(schemes.contains(QStringLiteral("mailto")));
-    for (const QString &scheme : schemes)
-        QVERIFY2(scheme == QLatin1String("mailto") || scheme == QLatin1String("https"),
-                 qPrintable(scheme));
-
-    ContactWindow window;
-    QCOMPARE(window.windowTitle(), QStringLiteral("联系作者"));
-    QCOMPARE(window.findChildren<QPushButton *>(QStringLiteral("contactLink")).size(),
-             details->entries.size());
+    QTest::addColumn<KeyRow>("row");
+    QTest::newRow("X only") << KeyRow{"", ":1", "-_1"};
+    QTest::newRow("Wayland only") << KeyRow{"wayland-0", "", "-wayland_0"};
+    QTest::newRow("both") << KeyRow{"wayland-1", ":0", "-wayland_1"};
 }
-
-int runDesktopServicesTests(int argc, char **argv)
+void AppTest::singleInstanceKey()
 {
-    DesktopServicesTest test;
-    return QTest::qExec(&test, argc, argv);
+    QFETCH(KeyRow, row);
+    const auto &[wayland, x11, suffix] = row;
+    const auto set = [](const char *name, const QByteArray &value) {
+        value.isEmpty() ? qunsetenv(name) : qputenv(name, value);
+    };
+    const QByteArray saved[] = {qgetenv("WAYLAND_DISPLAY"), qgetenv("DISPLAY")};
+    set("WAYLAND_DISPLAY", wayland);
+    set("DISPLAY", x11);
+    const QString key = SingleInstance::defaultKey();
+    set("WAYLAND_DISPLAY", saved[0]);
+    set("DISPLAY", saved[1]);
+    QCOMPARE(key, QStringLiteral("tarn-%1").arg(::getuid()) + suffix);
 }
-
-#include "DesktopServicesTest.moc"
