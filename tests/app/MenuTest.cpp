@@ -121,6 +121,10 @@ void AppTest::launchedProgram()
     QCOMPARE(tarn.model().tabs().size(), 1);
     box.accept();
     QTRY_COMPARE(tarn.model().tabs().size(), 2);
+    // Another launch brings the window back, even with nothing to open.
+    window->showMinimized();
+    tarn.openFromAnotherLaunch({});
+    QVERIFY(!window->isMinimized());
 
     menuItem(window->menuBar(), C::contact)->trigger();
     QVERIFY(tarn.contactWindow());
