@@ -258,6 +258,10 @@ void AppTest::sidebar()
         return result;
     };
     QCOMPARE(names(), (QStringList{"fav.md", "new.md", "old.md"}));
+    // A favourite's star stands right of its name.
+    const QWidget *favourite = sidebar->rows().first();
+    QTRY_VERIFY(favourite->findChild<QWidget *>("favoriteStar")->x() >
+                favourite->findChild<QWidget *>("fileName")->geometry().right());
     QTest::keyClicks(sidebar->filterField(), "ne");
     QCOMPARE(f.model->fileFilter(), QStringLiteral("ne"));
     QCOMPARE(names(), QStringList{"new.md"});
