@@ -12,11 +12,11 @@
 #include <QLockFile>
 
 #include <algorithm>
-#include <tuple>
 #include <condition_variable>
 #include <map>
 #include <mutex>
 #include <thread>
+#include <tuple>
 
 class DraftStore::Writer
 {
