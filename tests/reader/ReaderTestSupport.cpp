@@ -3,50 +3,36 @@
 
 #include "MarkdownRenderer.h"
 #include "ReaderPane.h"
-#include "ReaderScripts.h"
+#include "WebEngineProcess.h"
 
-#include <QEventLoop>
+#include <QApplication>
 #include <QFile>
 #include <QSignalSpy>
-#include <QTimer>
 
 QVariant evaluateAndWait(QWebEnginePage *page, const QString &script)
 {
-    QVariant result;
-    bool done = false;
-    QEventLoop loop;
-    page->runJavaScript(script, [&](const QVariant &value) {
-        result = value;
-        done = true;
-        loop.quit();
-    });
-    QTimer::singleShot(60000, &loop, &QEventLoop::quit);
-    if (!done)
-        loop.exec();
-    return result;
+    // Shared, so that an answer after the time-out has somewhere to go.
+    auto result = std::make_shared<std::optional<QVariant>>();
+    page->runJavaScript(script, [result](const QVariant &value) { *result = value; });
+    (void)QTest::qWaitFor([&] { return result->has_value(); }, 60000);
+    return result->value_or(QVariant());
 }
 
 namespace ReaderTestPages {
 
-QString render(const QString &markdown, TarnTheme theme, const QString &title)
+QString render(const QString &markdown, TarnTheme theme)
 {
     return QString::fromStdU16String(
-        MarkdownRenderer::render(markdown.toStdU16String(), theme, title.toStdU16String()).html);
+        MarkdownRenderer::render(markdown.toStdU16String(), theme, u"Tarn").html);
 }
 
-QString observed(const QString &markdown, TarnTheme theme, const QString &title)
+QString observed(const QString &markdown)
 {
-    return render(markdown, theme, title)
-        .replace("<head>\n", "<head>\n<script>\nwindow.__scrollCalls = [];\n"
-                             "const tarnTestScrollTo = window.scrollTo.bind(window);\n"
-                             "window.scrollTo = (x, y) => { window.__scrollCalls.push(y); "
-                             "tarnTestScrollTo(x, y); };\n</script>\n");
-}
-
-QString withoutDiagramLibrary(const QString &html)
-{
-    return QString(html).replace(QString::fromStdU16String(MarkdownRenderer::inlineMermaidScript()),
-                                 QString());
+    return render(markdown).replace("<head>\n",
+                                    "<head>\n<script>\nwindow.__scrollCalls = [];\n"
+                                    "const tarnTestScrollTo = window.scrollTo.bind(window);\n"
+                                    "window.scrollTo = (x, y) => { window.__scrollCalls.push(y); "
+                                    "tarnTestScrollTo(x, y); };\n</script>\n");
 }
 
 QString neverReady(const QString &markdown)
@@ -78,67 +64,23 @@ QString longDocument(int sections)
 
 } // namespace ReaderTestPages
 
-ReaderTestView::ReaderTestView()
-    : loader(page())
-    , channel(page())
-{
-    resize(900, 700);
-    show();
-    connect(&channel, &TarnMessageChannel::messageReceived, this,
-            [this](const QVariantMap &body) { messages.append(body); });
-}
-
-bool ReaderTestView::loadPage(const QString &html, const QUrl &baseURL, int timeoutMs)
-{
-    messages.clear();
-    QSignalSpy loaded(&loader, &ReaderPageLoader::pageLoaded);
-    loader.load(html, baseURL);
-    if (!loaded.wait(timeoutMs))
-        return false;
-    for (int attempt = 0; attempt < 300; ++attempt) {
-        if (eval(QString::fromLatin1(ReaderScripts::readinessTest)).toBool())
-            return true;
-        QTest::qWait(100);
-    }
-    return false;
-}
-
-QList<QVariantMap> ReaderTestView::messagesOfType(const QString &type) const
-{
-    QList<QVariantMap> matching;
-    for (const QVariantMap &message : messages) {
-        if (message.value(QStringLiteral("type")) == type)
-            matching.append(message);
-    }
-    return matching;
-}
-
 MarkdownWebView BridgeHarness::value()
 {
     BridgeHarness *self = this;
+    auto record = [self](const QString &call) { self->calls.append(call); };
     MarkdownWebView value;
     value.html = html;
     value.baseURL = baseURL;
     value.searchQuery = searchQuery;
     value.searchNavigationRequest.get = [self] { return self->request; };
     value.searchNavigationRequest.set = [self](const auto &newValue) { self->request = newValue; };
-    value.currentHeadingID.get = [self] { return self->headingID; };
-    value.currentHeadingID.set = [self](const QString &id) {
-        self->headingID = id;
-        self->calls.append(QStringLiteral("heading:") + id);
-    };
-    value.scrollTargetID.get = [self] { return self->scrollTarget; };
-    value.scrollTargetID.set = [self](const auto &newValue) { self->scrollTarget = newValue; };
+    value.currentHeadingID.set = [record](const QString &id) { record("heading:" + id); };
     value.initialScrollY = initialScrollY;
-    value.onScroll = [self](double y) {
-        self->calls.append(QStringLiteral("scroll:") + QString::number(y, 'g', 17));
+    value.onScroll = [record](double y) { record("scroll:" + QString::number(y, 'g', 17)); };
+    value.onSearchResults = [record](int current, int total) {
+        record(QStringLiteral("search:%1/%2").arg(current).arg(total));
     };
-    value.onSearchResults = [self](int current, int total) {
-        self->calls.append(QStringLiteral("search:%1/%2").arg(current).arg(total));
-    };
-    value.onOpenLink = [self](const QUrl &url) {
-        self->calls.append(QStringLiteral("link:") + url.toString());
-    };
+    value.onOpenLink = [record](const QUrl &url) { record("link:" + url.toString()); };
     return value;
 }
 
@@ -162,6 +104,14 @@ void BridgeHarness::post(const QString &objectLiteral)
 {
     eval(QStringLiteral("window.webkit.messageHandlers.tarn.postMessage(%1); true;")
              .arg(objectLiteral));
+}
+
+bool BridgeHarness::sync()
+{
+    post(QStringLiteral("{type: 'heading', id: 'sync marker'}"));
+    const bool arrived = QTest::qWaitFor([this] { return calls.contains("heading:sync marker"); });
+    calls.removeAll(QStringLiteral("heading:sync marker"));
+    return arrived;
 }
 
 PaneHarness::PaneHarness()
@@ -192,4 +142,20 @@ bool PaneHarness::open(const QUrl &url, int timeoutMs)
 TarnWebView *PaneHarness::view() const
 {
     return pane->currentView();
+}
+
+std::vector<std::function<int(int, char **)>> &webTests()
+{
+    static std::vector<std::function<int(int, char **)>> tests;
+    return tests;
+}
+
+int main(int argc, char *argv[])
+{
+    configureWebEngineForProcess();
+    QApplication app(argc, argv);
+    int status = 0;
+    for (const auto &run : webTests())
+        status |= run(argc, argv);
+    return status;
 }

@@ -1,19 +1,14 @@
-// Shared pieces of the reader tests: reader pages made by the real renderer, a web view with the
-// loader and channel, the bridge fed from plain state, and a reader pane on a real model.
+// Shared pieces of the reader tests: reader pages made by the real renderer, the bridge fed from
+// plain state, a reader pane on a real model, and one main for every web test object.
 #pragma once
 
-#include "AppModel.h"
 #include "MarkdownWebView.h"
 #include "ModelFixture.h"
-#include "ReaderPageLoader.h"
-#include "TarnMessageChannel.h"
 #include "TarnWebView.h"
-#include "WebEngineProcess.h"
 
-#include <QApplication>
 #include <QTest>
-#include <QWebEngineView>
 
+#include <functional>
 #include <memory>
 
 class ReaderPane;
@@ -24,13 +19,10 @@ QVariant evaluateAndWait(QWebEnginePage *page, const QString &script);
 namespace ReaderTestPages {
 
 // The reader page of `markdown`, made by the real renderer.
-QString render(const QString &markdown, TarnTheme theme = TarnTheme::businessBlue,
-               const QString &title = QStringLiteral("Tarn"));
+QString render(const QString &markdown, TarnTheme theme = TarnTheme::businessBlue);
 // The same with a recorder of the host's window.scrollTo calls in window.__scrollCalls.
-QString observed(const QString &markdown, TarnTheme theme = TarnTheme::businessBlue,
-                 const QString &title = QStringLiteral("Tarn"));
-QString withoutDiagramLibrary(const QString &html);
-// A page whose script never reports ready.
+QString observed(const QString &markdown);
+// An observed page whose script never reports ready.
 QString neverReady(const QString &markdown);
 // True when the heading with this id sits at the top of the view, as far as its margin allows.
 QString headingAtTop(const QString &id);
@@ -38,23 +30,6 @@ QString headingAtTop(const QString &id);
 QString longDocument(int sections = 40);
 
 } // namespace ReaderTestPages
-
-// A shown web view with the tarn channel and the page loader.
-class ReaderTestView : public QWebEngineView
-{
-    Q_OBJECT
-
-public:
-    ReaderTestView();
-    // Loads the page and waits until it is written and ready.
-    bool loadPage(const QString &html, const QUrl &baseURL = {}, int timeoutMs = 30000);
-    QVariant eval(const QString &script) { return evaluateAndWait(page(), script); }
-    QList<QVariantMap> messagesOfType(const QString &type) const;
-
-    ReaderPageLoader loader;
-    TarnMessageChannel channel;
-    QList<QVariantMap> messages;
-};
 
 // The state a reader pane would hand the bridge, in plain fields, with what the bridge calls back
 // recorded in order as "heading:ID", "scroll:Y", "search:CURRENT/TOTAL", "link:URL".
@@ -69,13 +44,14 @@ public:
     QVariant eval(const QString &script) { return evaluateAndWait(view->page(), script); }
     // Posts `objectLiteral` on the page's tarn channel, as the page script does.
     void post(const QString &objectLiteral);
+    // Posts a marker and waits for it, then drops it: messages arrive in order, so everything
+    // posted before it has been handled.
+    bool sync();
 
     QString html;
     std::optional<QUrl> baseURL;
     QString searchQuery;
     std::optional<SearchNavigationRequest> request;
-    QString headingID;
-    std::optional<QString> scrollTarget;
     double initialScrollY = 0;
     QStringList calls;
 
@@ -99,12 +75,14 @@ public:
     std::unique_ptr<ReaderPane> pane; // destroyed before the model it shows
 };
 
-// Web tests start the engine the way the program does (no sandbox for root).
-#define TARN_WEB_TEST_MAIN(TestClass)                                                              \
-    int main(int argc, char *argv[])                                                               \
-    {                                                                                              \
-        configureWebEngineForProcess();                                                            \
-        QApplication app(argc, argv);                                                              \
-        TestClass test;                                                                            \
-        return QTest::qExec(&test, argc, argv);                                                    \
-    }
+// The test objects of this binary; main starts the engine the way the program does (no sandbox
+// for root) and runs them all in one process.
+std::vector<std::function<int(int, char **)>> &webTests();
+#define TARN_WEB_TEST(TestClass)                                                                   \
+    [[maybe_unused]] static const bool registered##TestClass = [] {                                \
+        webTests().push_back([](int argc, char **argv) {                                           \
+            TestClass test;                                                                        \
+            return QTest::qExec(&test, argc, argv);                                                \
+        });                                                                                        \
+        return true;                                                                               \
+    }()

@@ -1,7 +1,8 @@
-// PDF export in the real web engine, checked with poppler's pdfinfo and pdftotext.
+// PDF export in the real web engine, checked with poppler's pdfinfo, pdftotext and pdftoppm.
 #include "ReaderTestSupport.h"
 #include "TarnPDFExporter.h"
 #include "TarnUsageLogger.h"
+#include "UsageLogReader.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,6 +17,14 @@
 
 namespace {
 
+QString run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished(30000);
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
 struct PdfFacts
 {
     int pages = 0;
@@ -26,22 +35,11 @@ struct PdfFacts
 
 PdfFacts readPdf(const QString &path)
 {
-    PdfFacts facts;
-    QProcess info;
-    info.start(QStringLiteral("pdfinfo"), {path});
-    info.waitForFinished();
-    const QString out = QString::fromUtf8(info.readAllStandardOutput());
-    facts.pages =
-        QRegularExpression(QStringLiteral("Pages:\\s+(\\d+)")).match(out).captured(1).toInt();
-    const auto size =
-        QRegularExpression(QStringLiteral("Page size:\\s+([\\d.]+) x ([\\d.]+) pts")).match(out);
-    facts.width = size.captured(1).toDouble();
-    facts.height = size.captured(2).toDouble();
-    QProcess text;
-    text.start(QStringLiteral("pdftotext"), {path, QStringLiteral("-")});
-    text.waitForFinished();
-    facts.text = QString::fromUtf8(text.readAllStandardOutput());
-    return facts;
+    const QString info = run("pdfinfo", {path});
+    const auto size = QRegularExpression("Page size:\\s+([\\d.]+) x ([\\d.]+) pts").match(info);
+    return {QRegularExpression("Pages:\\s+(\\d+)").match(info).captured(1).toInt(),
+            size.captured(1).toDouble(), size.captured(2).toDouble(),
+            run("pdftotext", {path, "-"})};
 }
 
 // Kills the web engine's renderers: they are forked from a zygote this process started.
@@ -69,13 +67,18 @@ struct Export
     PdfExportResult result;
 };
 
+// Both sides of the page in CSS pixels, as a page's width over its height.
+bool hasAspect(const PdfFacts &pdf, double cssHeight)
+{
+    return std::abs(pdf.width / pdf.height - 900.0 / cssHeight) < 0.001;
+}
+
 } // namespace
 
 class ReaderPdfTest : public QObject
 {
     Q_OBJECT
 
-private:
     // Starts an export; the returned record fills in when it completes.
     std::shared_ptr<Export> startExport(const QString &html, const QUrl &output,
                                         const QUrl &base = {})
@@ -87,62 +90,47 @@ private:
                 ++record->completions;
                 record->result = result;
             },
-            &TarnUsageLogger::shared());
+            &m_logger);
         return record;
     }
     // The usage-log lines written since the last call.
-    QStringList newLogLines()
+    QList<LogLine> newLogLines()
     {
-        TarnUsageLogger::shared().flush();
-        QFile log(TarnUsageLogger::shared().logFilePath());
-        if (!log.open(QIODevice::ReadOnly))
-            return {};
-        log.seek(m_logSeen);
-        const QByteArray added = log.readAll();
-        m_logSeen += added.size();
-        return QString::fromUtf8(added).split(u'\n', Qt::SkipEmptyParts);
+        m_logger.flush();
+        const QList<LogLine> lines = readUsageLog(m_logger.logFilePath());
+        const QList<LogLine> added = lines.mid(m_logSeen);
+        m_logSeen = lines.size();
+        return added;
     }
 
-    QTemporaryDir m_logFolder;
     QTemporaryDir m_folder;
-    qint64 m_logSeen = 0;
+    TarnUsageLogger m_logger{m_folder.filePath(QStringLiteral("logs"))};
+    qsizetype m_logSeen = 0;
 
 private slots:
-    void initTestCase()
-    {
-        qputenv("TARN_LOG_DIR", m_logFolder.path().toUtf8());
-        QCOMPARE(TarnUsageLogger::shared().logFilePath(),
-                 QDir(m_logFolder.path()).filePath(QStringLiteral("tarn.log")));
-        newLogLines();
-    }
-
     void pageSize_data()
     {
-        // clang-format off
-        QTest::addColumn<QString>("html");
-        QTest::addColumn<double>("cssHeight");
-
-        const QString block = QStringLiteral(
-            "<!doctype html><body style=\"margin:0\"><div style=\"height:%1px\">x</div></body>");
-        QTest::newRow("700 px is padded") << block.arg(700) << 1200.0;
-        QTest::newRow("5000 px") << block.arg(5000) << 5000.0;
-        // clang-format on
+        QTest::addColumn<int>("cssHeight");
+        QTest::addColumn<double>("pageHeight");
+        QTest::newRow("700 px is padded") << 700 << 1200.0;
+        QTest::newRow("5000 px") << 5000 << 5000.0;
     }
 
     void pageSize()
     {
-        QFETCH(QString, html);
-        QFETCH(double, cssHeight);
+        QFETCH(int, cssHeight);
+        QFETCH(double, pageHeight);
         const QString path = m_folder.filePath(QStringLiteral("size.pdf"));
-        auto done = startExport(html, QUrl::fromLocalFile(path));
+        auto done = startExport(QStringLiteral("<!doctype html><body style=\"margin:0\">"
+                                               "<div style=\"height:%1px\">x</div></body>")
+                                    .arg(cssHeight),
+                                QUrl::fromLocalFile(path));
         QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 30000);
         QVERIFY2(done->result.ok, qPrintable(done->result.errorString));
-
         const PdfFacts pdf = readPdf(path);
         QCOMPARE(pdf.pages, 1);
         // The engine rounds page sizes to its own units, a few hundredths of a point.
-        QVERIFY2(std::abs(pdf.width - 675.0) < 0.5, qPrintable(QString::number(pdf.width)));
-        QVERIFY2(std::abs(pdf.width / pdf.height - 900.0 / cssHeight) < 0.001,
+        QVERIFY2(std::abs(pdf.width - 675.0) < 0.5 && hasAspect(pdf, pageHeight),
                  qPrintable(QStringLiteral("%1 x %2 pts").arg(pdf.width).arg(pdf.height)));
     }
 
@@ -176,20 +164,14 @@ private slots:
         for (const char *text : {"First line.", "Omega", "Paragraph 299", "The very last line."})
             QVERIFY2(pdf.text.contains(text), text);
         QVERIFY2(!pdf.text.contains("-->"), qPrintable(pdf.text));
-        QProcess images;
-        images.start("pdfimages", {"-list", path});
-        QVERIFY(images.waitForFinished(30000));
-        QVERIFY(images.readAllStandardOutput().count(" image ") >= 2);
-        QProcess raster;
-        raster.start("pdftoppm",
-                     {"-r", "24", "-png", "-singlefile", path, m_folder.filePath("long")});
-        QVERIFY(raster.waitForFinished(30000));
+        QVERIFY(run("pdfimages", {"-list", path}).count(" image ") >= 2);
+        run("pdftoppm", {"-r", "24", "-png", "-singlefile", path, m_folder.filePath("long")});
         const QImage image(m_folder.filePath("long.png"));
         QVERIFY(!image.isNull());
         for (const QPoint at : {QPoint(2, 2), QPoint(image.width() / 2, image.height() - 3)})
             QCOMPARE(image.pixelColor(at).name(), QStringLiteral("#191b1c"));
         // Nothing was wrong, so nothing is logged.
-        QCOMPARE(newLogLines(), QStringList());
+        QCOMPARE(newLogLines().size(), 0);
     }
 
     void problemsAreLoggedAndPrintedAnyway_data()
@@ -197,22 +179,10 @@ private slots:
         // clang-format off
         QTest::addColumn<QString>("script");
         QTest::addColumn<QString>("event");
-        QTest::addColumn<QString>("error"); // expected in the logged line; empty: no "error"
-        QTest::addColumn<double>("cssHeight");
-
-        QTest::newRow("never ready") << "window.tarnReady = new Promise(() => {});"
-                                        "window.tarnReadyDone = false;"
-                                     << "export.pdf.ready_timeout"
-                                     << "" << 1200.0;
-        QTest::newRow("readiness test throws")
-            << "Object.defineProperty(window, 'tarnReadyDone', { get() { throw new Error('boom'); } });"
-            << "export.pdf.ready_check_failed"
-            << "Error: boom" << 1200.0;
-        QTest::newRow("height cannot be measured")
-            << "document.querySelector('p').style.height = '3000px';"
-               "Object.defineProperty(document, 'body', { get() { throw new Error('no body'); } });"
-            << "export.pdf.height_measure_failed"
-            << "Error: no body" << 1200.0;
+        QTest::addColumn<QString>("error"); // empty: none logged
+        QTest::newRow("never ready") << "window.tarnReady = new Promise(() => {}); window.tarnReadyDone = false;" << "export.pdf.ready_timeout" << "";
+        QTest::newRow("readiness test throws") << "Object.defineProperty(window, 'tarnReadyDone', { get() { throw new Error('boom'); } });" << "export.pdf.ready_check_failed" << "Error: boom";
+        QTest::newRow("height cannot be measured") << "document.querySelector('p').style.height = '3000px'; Object.defineProperty(document, 'body', { get() { throw new Error('no body'); } });" << "export.pdf.height_measure_failed" << "Error: no body";
         // clang-format on
     }
 
@@ -221,7 +191,6 @@ private slots:
         QFETCH(QString, script);
         QFETCH(QString, event);
         QFETCH(QString, error);
-        QFETCH(double, cssHeight);
         const QString path = m_folder.filePath(QStringLiteral("problem.pdf"));
         auto done = startExport(
             QStringLiteral("<!doctype html><p>Printed anyway</p><script>%1</script>").arg(script),
@@ -230,21 +199,21 @@ private slots:
         QVERIFY(done->result.ok);
         const PdfFacts pdf = readPdf(path);
         QVERIFY(pdf.text.contains(QStringLiteral("Printed anyway")));
-        QVERIFY(std::abs(pdf.width / pdf.height - 900.0 / cssHeight) < 0.001);
+        QVERIFY(hasAspect(pdf, 1200));
 
-        const QStringList lines = newLogLines();
+        const QList<LogLine> lines = newLogLines();
         QCOMPARE(lines.size(), 1);
-        QVERIFY2(lines.first().contains(u' ' + event + u' '), qPrintable(lines.first()));
-        QVERIFY2(lines.first().contains(path), qPrintable(lines.first()));
-        QCOMPARE(lines.first().contains(QStringLiteral("error=")), !error.isEmpty());
-        QVERIFY2(lines.first().contains(error), qPrintable(lines.first()));
+        QCOMPARE(lines.first().event, event);
+        QMap<QString, QString> metadata{{QStringLiteral("output"), path}};
+        if (!error.isEmpty())
+            metadata.insert(QStringLiteral("error"), error);
+        QCOMPARE(lines.first().metadata, metadata);
     }
 
     void failuresCompleteOnceAndWriteNothing_data()
     {
         // clang-format off
         QTest::addColumn<QString>("output"); // "%1" stands for the test folder
-
         QTest::addColumn<QString>("error"); // shown to the user: Chinese, or the system's text
         QTest::newRow("missing folder") << "file://%1/missing/out.pdf" << "";
         QTest::newRow("not a local file") << "https://example.com/out.pdf" << "“https://example.com/out.pdf”不是本地文件。";
@@ -255,18 +224,12 @@ private slots:
     void failuresCompleteOnceAndWriteNothing()
     {
         QFETCH(QString, output);
-        QFile plain(m_folder.filePath(QStringLiteral("plain.txt")));
-        QVERIFY(plain.open(QIODevice::WriteOnly));
-        plain.close();
-        QVERIFY(QDir(m_folder.path()).mkpath(QStringLiteral("folder")));
-        const QUrl url(output.replace(QStringLiteral("%1"), m_folder.path()));
-
         QFETCH(QString, error);
+        const QUrl url(output.replace(QStringLiteral("%1"), m_folder.path()));
         const bool crash = error == QStringLiteral("页面的渲染进程意外结束。");
         // A page big enough to be still loading when its renderer is killed.
         const QString markdown =
-            crash ? QStringLiteral("Text that fills the page.\n\n").repeated(60000)
-                  : QStringLiteral("text");
+            crash ? QStringLiteral("Text that fills the page.\n\n").repeated(60000) : "text";
         auto done = startExport(ReaderTestPages::render(markdown), url);
         if (crash)
             QTRY_VERIFY(killRenderers() > 0);
@@ -278,9 +241,8 @@ private slots:
         QTRY_VERIFY(TarnPDFExporter::activeExporters().isEmpty());
         QCOMPARE(done->completions, 1);
         QVERIFY(!QFileInfo(url.toLocalFile()).isFile());
-        QCOMPARE(QFileInfo(plain.fileName()).size(), 0);
     }
 };
 
-TARN_WEB_TEST_MAIN(ReaderPdfTest)
+TARN_WEB_TEST(ReaderPdfTest);
 #include "tst_reader_pdf.moc"

@@ -1,0 +1,319 @@
+// A reader page in the real web engine: the page script's search, reports and link clicks, its
+// diagrams, the tarn channel, and the loader's big pages, base folders and file refusals.
+#include "ReaderTestSupport.h"
+
+#include "MarkdownRenderer.h"
+#include "ReaderScripts.h"
+
+#include <QDir>
+#include <QImage>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTimer>
+
+namespace {
+
+// Search cases first, then diagrams (the second one under an id unsafe for the page, the third
+// broken), then headings far enough down that the top of the page has none in the reading band.
+const QString scriptPage = QStringLiteral(
+    "qQq\n\n**xy**z xy\n\nfoo `foo` foo\n\nbar\n\n```\nbar\n```\n\nİSTANBUL istanbul\n\nAlpha\n\n"
+    "```mermaid\ngraph TD\n  Alpha --> Beta\n```\n\n```mmd\nsequenceDiagram\n  A->>B: hi\n```\n\n"
+    "```mermaid\ngraph TD\n  A -->\n```\n\n");
+
+// Each diagram's drawing id, or the label shown in its place.
+constexpr char diagramsShown[] =
+    "Array.from(document.querySelectorAll('.mermaid-diagram')).map((d) => {"
+    "  const source = getComputedStyle(d.querySelector('.mermaid-source')).display;"
+    "  const svg = d.querySelector('.mermaid-output > svg');"
+    "  if (d.classList.contains('is-rendered'))"
+    "    return svg && source === 'none' ? svg.id : 'source still shown';"
+    "  const error = d.querySelector('.mermaid-output > .mermaid-error');"
+    "  const visible = getComputedStyle(d.querySelector('.mermaid-output')).display"
+    "    === 'block' && source !== 'none';"
+    "  return error && d.classList.contains('has-error') && visible ? error.textContent"
+    "    : 'not shown';"
+    "})";
+
+} // namespace
+
+class ReaderPageTest : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_folder;
+    BridgeHarness m_page; // the script page, shown once for the tests that only read or search it
+
+private slots:
+    void initTestCase()
+    {
+        const QString filler = QStringLiteral("Filler paragraph.\n\n").repeated(40);
+        m_page.html =
+            ReaderTestPages::render(scriptPage + filler + "## Two\n\n" + filler + "## Three\n\n" +
+                                    filler)
+                .replace("data-mermaid-id=\"tarn-mermaid-1\"", "data-mermaid-id=\"a b/c\"");
+        m_page.baseURL = QUrl::fromLocalFile(m_folder.path());
+        QVERIFY(m_page.show());
+    }
+
+    void searchCountsVisibleTextOnly_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QStringList>("marks");
+        QTest::newRow("case kept") << "Q" << QStringList{"q", "Q", "q"};
+        QTest::newRow("not across bold") << "xyz" << QStringList{};
+        QTest::newRow("code skipped") << "foo" << QStringList{"foo", "foo"};
+        QTest::newRow("code block skipped") << "bar" << QStringList{"bar"};
+        QTest::newRow("drawn diagram skipped") << "alpha" << QStringList{"Alpha"};
+        QTest::newRow("letters that grow when lower-cased") << "stanbul" << QStringList{"STANBUL", "stanbul"};
+        QTest::newRow("spaces clear") << "   " << QStringList{};
+        // clang-format on
+    }
+
+    void searchCountsVisibleTextOnly()
+    {
+        QFETCH(QString, query);
+        QFETCH(QStringList, marks);
+        const QString main = QStringLiteral("document.querySelector('main').innerHTML");
+        const QString before = m_page.eval(main).toString();
+        m_page.calls.clear();
+        m_page.eval("window.tarnApplySearch(" + ReaderScripts::stringLiteral(query) + ", {})");
+        const QString marked = "Array.from(document.querySelectorAll('mark.tarn-search-hit'))"
+                               ".map((mark) => mark.textContent)";
+        QCOMPARE(m_page.eval(marked).toStringList(), marks);
+
+        // Clearing takes the marks out and joins the text back as it was.
+        m_page.eval(QStringLiteral("window.tarnApplySearch(null)"));
+        QCOMPARE(m_page.eval(main).toString(), before);
+        const QString splitText = QStringLiteral(
+            "Array.from(document.querySelectorAll('main *')).some((element) =>"
+            "  Array.from(element.childNodes).some((node) => node.nodeType === Node.TEXT_NODE &&"
+            "    node.nextSibling && node.nextSibling.nodeType === Node.TEXT_NODE))");
+        QCOMPARE(m_page.eval(splitText), QVariant(false));
+        QTRY_COMPARE(
+            m_page.calls,
+            (QStringList{
+                QStringLiteral("search:%1/%2").arg(marks.isEmpty() ? 0 : 1).arg(marks.size()),
+                "search:0/0"}));
+    }
+
+    void linkClicks_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("href");
+        QTest::addColumn<bool>("svg");         // a link drawn in a diagram, with xlink:href
+        QTest::addColumn<QString>("reported"); // relative to the page's folder; empty: not reported
+        // Every click but an in-page jump stays in the page; only four schemes reach the host.
+        QTest::newRow("in-page anchor") << "#section" << false << "";
+        QTest::newRow("relative with space") << "sub/my notes.md" << false << "sub/my%20notes.md";
+        QTest::newRow("https") << "https://example.com/a?b=1" << false << "https://example.com/a?b=1";
+        QTest::newRow("mailto") << "mailto:someone@example.com" << false << "mailto:someone@example.com";
+        QTest::newRow("file") << "file:///etc/hosts" << false << "file:///etc/hosts";
+        QTest::newRow("javascript") << "javascript:void(0)" << false << "";
+        QTest::newRow("javascript split by a tab") << "java\tscript:void(0)" << false << "";
+        QTest::newRow("custom scheme") << "tarn-test:abc" << false << "";
+        QTest::newRow("empty") << "" << false << "";
+        QTest::newRow("diagram link") << "https://example.com/d" << true << "https://example.com/d";
+        QTest::newRow("diagram script link") << "javascript:void(1)" << true << "";
+        // clang-format on
+    }
+
+    void linkClicks()
+    {
+        QFETCH(QString, href);
+        QFETCH(bool, svg);
+        QFETCH(QString, reported);
+        m_page.calls.clear();
+        // A listener after the page's own records whether the click was cancelled, then cancels
+        // it anyway so the view stays on the page.
+        const QVariant cancelled = m_page.eval(
+            QStringLiteral(
+                "(() => {"
+                "  let cancelled = null;"
+                "  const listener = (e) => { cancelled = e.defaultPrevented; e.preventDefault(); };"
+                "  window.addEventListener('click', listener);"
+                "  const svg = %2;"
+                "  const ns = svg ? 'http://www.w3.org/2000/svg' : 'http://www.w3.org/1999/xhtml';"
+                "  const a = document.createElementNS(ns, 'a');"
+                "  if (svg) a.setAttributeNS('http://www.w3.org/1999/xlink', 'xlink:href', %1);"
+                "  else a.setAttribute('href', %1);"
+                "  const inner = document.createElementNS(ns, svg ? 'text' : 'span');"
+                "  inner.textContent = 'link'; a.append(inner);"
+                "  const holder = svg ? document.createElementNS(ns, 'svg') : a;"
+                "  if (svg) holder.append(a);"
+                "  document.querySelector('main').append(holder);"
+                "  inner.dispatchEvent(new MouseEvent('click', { bubbles: true, cancelable: true "
+                "}));"
+                "  window.removeEventListener('click', listener);"
+                "  return cancelled; })()")
+                .arg(ReaderScripts::stringLiteral(href), svg ? "true" : "false"));
+        QCOMPARE(cancelled.toBool(), !href.startsWith('#'));
+        QVERIFY(m_page.sync());
+        const QString folder = QUrl::fromLocalFile(m_folder.path()).toString() + u'/';
+        const QUrl expected(reported.contains(u':') ? reported : folder + reported);
+        QCOMPARE(m_page.calls.filter("link:"),
+                 reported.isEmpty() ? QStringList() : QStringList{"link:" + expected.toString()});
+    }
+
+    void scrollIsReportedOnceAtRest()
+    {
+        m_page.calls.clear();
+        // Two seconds of scrolling, a step every 100 ms: never 500 ms of quiet.
+        int steps = 0;
+        QTimer ticker;
+        connect(&ticker, &QTimer::timeout, this, [&] {
+            m_page.view->page()->runJavaScript(QStringLiteral("window.scrollBy(0, 40)"));
+            if (++steps == 20)
+                ticker.stop();
+        });
+        ticker.start(100);
+        QTRY_COMPARE(steps, 20);
+        QCOMPARE(m_page.calls.filter("scroll:"), QStringList());
+        QTRY_COMPARE(m_page.calls.filter("scroll:"), QStringList{"scroll:800"});
+        QCOMPARE(m_page.eval(QStringLiteral("window.scrollY")).toDouble(), 800.0);
+    }
+
+    void headingInReadingBandIsReported()
+    {
+        m_page.calls.clear();
+        // Puts the heading at 20% of the view's height, inside the reading band; the first jump
+        // lays out the blocks above it, so that the second starts from its real place.
+        const QStringList visits{"heading:two", "heading:three", "heading:two"};
+        for (int i = 0; i < visits.size(); ++i) {
+            m_page.eval(QStringLiteral("(() => { const heading = document.getElementById('%1');"
+                                       "  const top = () => heading.getBoundingClientRect().top;"
+                                       "  window.scrollTo(0, top() + window.scrollY);"
+                                       "  window.scrollTo(0, top() + window.scrollY"
+                                       "    - window.innerHeight * 0.2); })()")
+                            .arg(visits[i].mid(8)));
+            QTRY_COMPARE(m_page.calls.filter("heading:").size(), i + 1);
+        }
+        QVERIFY(m_page.sync());
+        QCOMPARE(m_page.calls.filter("heading:"), visits);
+    }
+
+    // Each diagram is drawn in place of its source, under an id safe for the page, or shows why
+    // it is not; a failed drawing leaves nothing behind at the end of the page.
+    void diagrams()
+    {
+        QCOMPARE(m_page.eval(diagramsShown).toStringList(),
+                 (QStringList{"tarn-mermaid-0", "a-b-c", "流程图渲染失败"}));
+        QCOMPARE(m_page.eval("document.querySelectorAll('body > div svg').length").toInt(), 0);
+
+        BridgeHarness bare;
+        bare.html = ReaderTestPages::render("```mermaid\ngraph TD\n  A --> B\n```")
+                        .remove(QString::fromStdU16String(MarkdownRenderer::inlineMermaidScript()));
+        QVERIFY(bare.show());
+        QCOMPARE(bare.eval(diagramsShown).toStringList(), QStringList{"流程图库加载失败"});
+    }
+
+    // Pages are handed over as string literals: every text reads back unit for unit.
+    void stringLiteralReadsBack()
+    {
+        static const char16_t units[] =
+            u"\"'\\ \\u0041 ${x} `t` \0\x01\b\f\n\r\t\x1f a\u2028b\u2029c"
+            u" </script><!-- --> 😀 中文 \xd800x\xdc00";
+        const QString text = QString::fromUtf16(units, std::size(units) - 1);
+        const QVariantList readBack =
+            m_page
+                .eval("(() => { const s = " + ReaderScripts::stringLiteral(text) +
+                      "; return Array.from({ length: s.length }, (_, i) => s.charCodeAt(i)); })()")
+                .toList();
+        QString joined;
+        for (const QVariant &unit : readBack)
+            joined += QChar(char16_t(unit.toInt()));
+        QCOMPARE(joined, text);
+    }
+
+    void messagesPostedBeforeTheChannelConnects()
+    {
+        TarnWebView view;
+        QList<QVariantMap> messages;
+        connect(&view.messageChannel(), &TarnMessageChannel::messageReceived, this,
+                [&](const QVariantMap &body) { messages.append(body); });
+        // Posted while the page is still being parsed, long before the channel's handshake ends;
+        // what is not an object, or cannot be copied, is dropped.
+        view.page()->setHtml(QStringLiteral(
+            "<!doctype html><script>"
+            "const tarn = window.webkit.messageHandlers.tarn;"
+            "const message = { type: 'scroll', y: 812.5 };"
+            "tarn.postMessage(message);"
+            "message.y = 1;"
+            "tarn.postMessage('text'); tarn.postMessage([1]); tarn.postMessage(undefined);"
+            "const cycle = {}; cycle.self = cycle; tarn.postMessage(cycle);"
+            "tarn.postMessage({ type: 'scroll', y: 812 });"
+            "for (let i = 0; i < 200; i += 1) tarn.postMessage({ type: 'n', i });"
+            "setTimeout(() => tarn.postMessage({ type: 'last', nested: { ok: true } }), 0);"
+            "</script>"));
+        QTRY_COMPARE(messages.size(), 203);
+        QCOMPARE(messages[0].value("y").toDouble(), 812.5);
+        QCOMPARE(messages[1].value("y").toDouble(), 812.0);
+        for (int i = 0; i < 200; ++i)
+            QCOMPARE(messages[2 + i].value("i").toInt(), i);
+        QCOMPARE(messages[202].value("nested").toMap().value("ok"), QVariant(true));
+        QCOMPARE(evaluateAndWait(view.page(), "typeof QWebChannel + typeof pending").toString(),
+                 QStringLiteral("undefinedundefined"));
+    }
+
+    // A big page, loaded while a small one is still on its way, finds its images next to the
+    // document; a script in it may not read the document's neighbours or open windows.
+    void bigPageWithRelativeImages()
+    {
+        QTemporaryDir folder;
+        QFile secret(folder.filePath("secret.txt"));
+        QVERIFY(secret.open(QIODevice::WriteOnly) && secret.write("secret") == 6);
+        secret.close();
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("img")));
+        QImage image(4, 3, QImage::Format_RGB32);
+        QVERIFY(image.save(folder.filePath(QStringLiteral("img/dot.png"))));
+
+        // The diagram library alone is about 2.5 MB; the text brings the page to about 3.5 MB.
+        const QString markdown =
+            QStringLiteral("# Big\n\n```mermaid\ngraph TD\n  A --> B\n```\n\n") +
+            QStringLiteral("Some text that fills the page, 中文 too.\n\n").repeated(22000) +
+            QStringLiteral("Odd text: \"q\" \\ </script> \u2028 😀\n\n"
+                           "![dot](img/dot.png)\n\n[notes](notes.md)\n");
+        BridgeHarness big;
+        big.html = ReaderTestPages::render(QStringLiteral("# Small"));
+        big.baseURL = QUrl::fromLocalFile(folder.path());
+        QVERIFY(big.show(0));
+        QSignalSpy loaded(&big.view->loader(), &ReaderPageLoader::pageLoaded);
+        QSignalSpy failed(&big.view->loader(), &ReaderPageLoader::pageLoadFailed);
+        big.html = ReaderTestPages::render(markdown);
+        QVERIFY2(big.html.toUtf8().size() > 3'500'000,
+                 QByteArray::number(big.html.toUtf8().size()));
+        big.update();
+        QVERIFY(big.waitForReady(60000));
+        QCOMPARE(loaded.size(), 1); // only the last load reports
+        QCOMPARE(failed.size(), 0);
+
+        const QString folderURL = QUrl::fromLocalFile(folder.path()).toString();
+        QCOMPARE(big.eval("document.baseURI").toString(), folderURL + u'/');
+        QCOMPARE(big.eval("document.querySelector('main a').href").toString(),
+                 folderURL + "/notes.md");
+        QCOMPARE(big.eval("document.querySelector('main img').naturalWidth").toInt(), 4);
+        QCOMPARE(big.eval("document.querySelectorAll('.is-rendered svg').length").toInt(), 1);
+        QCOMPARE(big.eval("document.querySelectorAll('main > p').length").toInt(), 22003);
+        QCOMPARE(big.eval("document.querySelectorAll('main > p')[22000].textContent").toString(),
+                 QStringLiteral("Odd text: \"q\" \\ </script> \u2028 😀"));
+
+        big.eval("window.__reads = [];"
+                 "fetch('secret.txt').then((r) => r.text()).then((t) => __reads.push('fetch:' + "
+                 "t), () => __reads.push('fetch refused'));"
+                 "const x = new XMLHttpRequest(); x.open('GET', 'secret.txt');"
+                 "x.onload = () => __reads.push('xhr:' + x.responseText); x.onerror = () => "
+                 "__reads.push('xhr refused'); x.send();"
+                 "const f = document.createElement('iframe'); f.src = 'secret.txt'; "
+                 "document.body.append(f);"
+                 "__reads.push(window.open('secret.txt') ? 'window opened' : 'no window'); true;");
+        QTRY_COMPARE(big.eval("__reads.slice().sort().join(',')").toString(),
+                     QStringLiteral("fetch refused,no window,xhr refused"));
+        QVERIFY(!big.eval("String(document.querySelector('iframe').contentDocument?.body?."
+                          "textContent || '')")
+                     .toString()
+                     .contains("secret"));
+    }
+};
+
+TARN_WEB_TEST(ReaderPageTest);
+#include "tst_reader_page.moc"
