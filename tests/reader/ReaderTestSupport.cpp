@@ -1,13 +1,10 @@
-// Test helpers around real web views showing reader pages.
+// Test helpers around real web views showing reader pages, and the main of the web tests.
 #include "ReaderTestSupport.h"
 
 #include "MarkdownRenderer.h"
-#include "ReaderPane.h"
 #include "WebEngineProcess.h"
 
 #include <QApplication>
-#include <QFile>
-#include <QSignalSpy>
 
 QVariant evaluateAndWait(QWebEnginePage *page, const QString &script)
 {
@@ -23,7 +20,7 @@ namespace ReaderTestPages {
 QString render(const QString &markdown, TarnTheme theme)
 {
     return QString::fromStdU16String(
-        MarkdownRenderer::render(markdown.toStdU16String(), theme, u"Tarn").html);
+        MarkdownRenderer::render(markdown.toStdU16String(), theme).html);
 }
 
 QString observed(const QString &markdown)
@@ -37,8 +34,7 @@ QString observed(const QString &markdown)
 
 QString neverReady(const QString &markdown)
 {
-    return observed(markdown).replace("window.tarnReadyDone = true;",
-                                      "window.tarnReadyDone = false;");
+    return observed(markdown).replace("tarnReadyDone = true;", "tarnReadyDone = false;");
 }
 
 QString headingAtTop(const QString &id)
@@ -94,54 +90,12 @@ bool BridgeHarness::show(int timeoutMs)
     return timeoutMs <= 0 || waitForReady(timeoutMs);
 }
 
-bool BridgeHarness::waitForReady(int timeoutMs)
-{
-    QSignalSpy ready(coordinator, &MarkdownWebViewCoordinator::pageReady);
-    return ready.wait(timeoutMs);
-}
-
-void BridgeHarness::post(const QString &objectLiteral)
-{
-    eval(QStringLiteral("window.webkit.messageHandlers.tarn.postMessage(%1); true;")
-             .arg(objectLiteral));
-}
-
 bool BridgeHarness::sync()
 {
     post(QStringLiteral("{type: 'heading', id: 'sync marker'}"));
     const bool arrived = QTest::qWaitFor([this] { return calls.contains("heading:sync marker"); });
     calls.removeAll(QStringLiteral("heading:sync marker"));
     return arrived;
-}
-
-PaneHarness::PaneHarness()
-{
-    pane = std::make_unique<ReaderPane>(*model);
-    pane->resize(1100, 700);
-    pane->show();
-}
-
-PaneHarness::~PaneHarness() = default;
-
-QUrl PaneHarness::file(const QString &name, const QString &text) const
-{
-    QFile out(dir.filePath(name));
-    if (!out.open(QIODevice::WriteOnly))
-        return {};
-    out.write(text.toUtf8());
-    return QUrl::fromLocalFile(out.fileName());
-}
-
-bool PaneHarness::open(const QUrl &url, int timeoutMs)
-{
-    QSignalSpy ready(pane.get(), &ReaderPane::pageReady);
-    model->openURLs({url}, true);
-    return ready.wait(timeoutMs);
-}
-
-TarnWebView *PaneHarness::view() const
-{
-    return pane->currentView();
 }
 
 std::vector<std::function<int(int, char **)>> &webTests()

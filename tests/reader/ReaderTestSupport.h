@@ -1,17 +1,16 @@
 // Shared pieces of the reader tests: reader pages made by the real renderer, the bridge fed from
-// plain state, a reader pane on a real model, and one main for every web test object.
+// plain state, and one main for every web test object.
 #pragma once
 
 #include "MarkdownWebView.h"
-#include "ModelFixture.h"
+#include "TarnTheme.h"
 #include "TarnWebView.h"
 
+#include <QSignalSpy>
 #include <QTest>
 
 #include <functional>
 #include <memory>
-
-class ReaderPane;
 
 // Evaluates a script in `page` and waits for its value.
 QVariant evaluateAndWait(QWebEnginePage *page, const QString &script);
@@ -36,14 +35,20 @@ QString longDocument(int sections = 40);
 class BridgeHarness
 {
 public:
-    MarkdownWebView value();
     // Makes the view for the current state and waits until its page is ready (0: no wait).
     bool show(int timeoutMs = 30000);
     void update() { coordinator->updateView(view.get(), value()); }
-    bool waitForReady(int timeoutMs = 30000);
+    bool waitForReady(int timeoutMs = 30000)
+    {
+        QSignalSpy ready(coordinator, &MarkdownWebViewCoordinator::pageReady);
+        return ready.wait(timeoutMs);
+    }
     QVariant eval(const QString &script) { return evaluateAndWait(view->page(), script); }
-    // Posts `objectLiteral` on the page's tarn channel, as the page script does.
-    void post(const QString &objectLiteral);
+    // Posts an object literal on the page's tarn channel, as the page script does.
+    void post(const QString &literal)
+    {
+        eval("webkit.messageHandlers.tarn.postMessage(" + literal + ")");
+    }
     // Posts a marker and waits for it, then drops it: messages arrive in order, so everything
     // posted before it has been handled.
     bool sync();
@@ -54,25 +59,11 @@ public:
     std::optional<SearchNavigationRequest> request;
     double initialScrollY = 0;
     QStringList calls;
-
     MarkdownWebViewCoordinator *coordinator = nullptr;
     std::unique_ptr<TarnWebView> view;
-};
 
-// A real model on settings and files in a temporary folder, with a reader pane showing it.
-class PaneHarness : public ModelFixture
-{
-public:
-    PaneHarness();
-    ~PaneHarness() override;
-    // Writes `text` to `name` in the folder and returns its URL.
-    QUrl file(const QString &name, const QString &text) const;
-    // Opens the file as a tab and waits until its page is ready.
-    bool open(const QUrl &url, int timeoutMs = 30000);
-    TarnWebView *view() const;
-    QVariant eval(const QString &script) { return evaluateAndWait(view()->page(), script); }
-
-    std::unique_ptr<ReaderPane> pane; // destroyed before the model it shows
+private:
+    MarkdownWebView value();
 };
 
 // The test objects of this binary; main starts the engine the way the program does (no sandbox

@@ -75,7 +75,7 @@ private slots:
     {
         QFETCH(QString, script);
         QFETCH(bool, refused);
-        m_page.eval("window.__marker = 'kept'; true;");
+        m_page.eval("window.__marker = 'kept'");
         TarnReaderPage &page = m_page.view->readerPage();
         const int before = page.refusedNavigationCount();
         QSignalSpy ended(&page, &QWebEnginePage::loadFinished);
@@ -109,7 +109,7 @@ private slots:
     void zoomSurvivesReload()
     {
         TarnWebView *view = m_page.view.get();
-        QWidget *render = view->focusProxy();
+        QWidget *render = view->focusProxy(); // the engine's widget, which has the focus
         render->setFocus();
         QTRY_VERIFY(render->hasFocus());
         QTest::keyClick(render, Qt::Key_Plus, Qt::ControlModifier);
