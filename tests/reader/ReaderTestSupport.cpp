@@ -5,14 +5,33 @@
 #include "WebEngineProcess.h"
 
 #include <QApplication>
+#include <QEventLoop>
+#include <QPointer>
+#include <QTimer>
 
 QVariant evaluateAndWait(QWebEnginePage *page, const QString &script)
 {
     // Shared, so that an answer after the time-out has somewhere to go.
     auto result = std::make_shared<std::optional<QVariant>>();
-    page->runJavaScript(script, [result](const QVariant &value) { *result = value; });
-    (void)QTest::qWaitFor([&] { return result->has_value(); }, 60000);
+    QEventLoop loop;
+    page->runJavaScript(script, [result, waiting = QPointer(&loop)](const QVariant &value) {
+        *result = value;
+        if (waiting)
+            waiting->quit();
+    });
+    QTimer::singleShot(60000, &loop, &QEventLoop::quit);
+    if (!result->has_value())
+        loop.exec();
     return result->value_or(QVariant());
+}
+
+bool waitUntil(const std::function<bool()> &done, int timeoutMs)
+{
+    for (QDeadlineTimer deadline(timeoutMs); !done(); QTest::qWait(10)) {
+        if (deadline.hasExpired())
+            return false;
+    }
+    return true;
 }
 
 namespace ReaderTestPages {
@@ -48,13 +67,11 @@ QString headingAtTop(const QString &id)
 
 QString longDocument(int sections)
 {
-    QString markdown = QStringLiteral("# Long document\n\n");
+    const QString paragraph("The alpha paragraph of part %1 goes on for a while so that it fills "
+                            "some lines of the reader's column.\n\n");
+    QString markdown = "# Long document\n\n";
     for (int i = 1; i <= sections; ++i)
-        markdown += QStringLiteral("## Part %1\n\n").arg(i) +
-                    QStringLiteral("The alpha paragraph of part %1 goes on for a while so that "
-                                   "it fills some lines of the reader's column.\n\n")
-                        .arg(i)
-                        .repeated(4);
+        markdown += QStringLiteral("## Part %1\n\n").arg(i) + paragraph.arg(i).repeated(4);
     return markdown;
 }
 
@@ -93,14 +110,14 @@ bool BridgeHarness::show(int timeoutMs)
 bool BridgeHarness::sync()
 {
     post(QStringLiteral("{type: 'heading', id: 'sync marker'}"));
-    const bool arrived = QTest::qWaitFor([this] { return calls.contains("heading:sync marker"); });
+    const bool arrived = waitUntil([this] { return calls.contains("heading:sync marker"); });
     calls.removeAll(QStringLiteral("heading:sync marker"));
     return arrived;
 }
 
-std::vector<std::function<int(int, char **)>> &webTests()
+QList<int (*)(int, char **)> &webTests()
 {
-    static std::vector<std::function<int(int, char **)>> tests;
+    static QList<int (*)(int, char **)> tests;
     return tests;
 }
 
@@ -109,7 +126,7 @@ int main(int argc, char *argv[])
     configureWebEngineForProcess();
     QApplication app(argc, argv);
     int status = 0;
-    for (const auto &run : webTests())
+    for (const auto run : webTests())
         status |= run(argc, argv);
     return status;
 }

@@ -10,10 +10,14 @@
 #include <QTest>
 
 #include <functional>
+
 #include <memory>
 
 // Evaluates a script in `page` and waits for its value.
 QVariant evaluateAndWait(QWebEnginePage *page, const QString &script);
+// Spins the event loop until `done` or the time-out. (QTest::qWaitFor can run on for seconds
+// past its predicate while the engine keeps posting events.)
+bool waitUntil(const std::function<bool()> &done, int timeoutMs = 30000);
 
 namespace ReaderTestPages {
 
@@ -68,12 +72,11 @@ private:
 
 // The test objects of this binary; main starts the engine the way the program does (no sandbox
 // for root) and runs them all in one process.
-std::vector<std::function<int(int, char **)>> &webTests();
-#define TARN_WEB_TEST(TestClass)                                                                   \
-    [[maybe_unused]] static const bool registered##TestClass = [] {                                \
-        webTests().push_back([](int argc, char **argv) {                                           \
-            TestClass test;                                                                        \
-            return QTest::qExec(&test, argc, argv);                                                \
-        });                                                                                        \
-        return true;                                                                               \
-    }()
+QList<int (*)(int argc, char **argv)> &webTests();
+template<typename Test> int runWebTest(int argc, char **argv)
+{
+    Test test;
+    return QTest::qExec(&test, argc, argv);
+}
+#define TARN_WEB_TEST(Test)                                                                        \
+    static const bool registered##Test = (webTests().append(&runWebTest<Test>), true)

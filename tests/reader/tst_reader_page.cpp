@@ -9,6 +9,8 @@
 #include <QImage>
 #include <QTemporaryDir>
 
+#include <csignal>
+
 namespace {
 
 // Search cases first, then diagrams (the second one under an id unsafe for the page, the third
@@ -42,8 +44,8 @@ private slots:
     {
         const QString filler = QStringLiteral("Filler paragraph.\n\n").repeated(40);
         m_page.html =
-            ReaderTestPages::render(scriptPage + filler + "## Two\n\n" + filler + "## Three\n\n" +
-                                    filler)
+            ReaderTestPages::observed(scriptPage + filler + "## Two\n\n" + filler + "## Three\n\n" +
+                                      filler)
                 .replace("data-mermaid-id=\"tarn-mermaid-1\"", "data-mermaid-id=\"a b/c\"");
         m_page.baseURL = QUrl::fromLocalFile(m_folder.path());
         QVERIFY(m_page.show());
@@ -282,6 +284,21 @@ private slots:
                      QStringLiteral("no fetch,no window,no xhr"));
         QVERIFY(
             !big.eval("String(f.contentDocument?.body?.textContent)").toString().contains("sec"));
+    }
+
+    // Last: after a renderer dies, the engine's next new page can miss its channel. A renderer
+    // process that dies is followed by a reload of the same page, where it was read.
+    void killedRendererReloads()
+    {
+        const int loads = m_page.view->loadCount();
+        m_page.post("{type: 'scroll', y: 900}");
+        QTRY_VERIFY(m_page.calls.contains("scroll:900"));
+        QSignalSpy ready(m_page.coordinator, &MarkdownWebViewCoordinator::pageReady);
+        QCOMPARE(::kill(pid_t(m_page.view->page()->renderProcessPid()), SIGKILL), 0);
+        QVERIFY(ready.wait());
+        QCOMPARE(m_page.view->loadCount(), loads + 1);
+        QCOMPARE(m_page.eval("document.getElementById('three').textContent"), "Three");
+        QCOMPARE(m_page.eval("__scrollCalls").toList(), QVariantList{900});
     }
 };
 

@@ -5,8 +5,6 @@
 #include "TarnUsageLogger.h"
 #include "UsageLogReader.h"
 
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QImage>
 #include <QProcess>
@@ -26,15 +24,20 @@ QString run(const QString &program, const QStringList &arguments)
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
-struct PdfFacts
+struct Pdf
 {
     int pages = 0;
     double width = 0; // points
     double height = 0;
     QString text;
+
+    // The reader's 900 CSS pixels at 72/96 points each; the engine rounds page sizes to its own
+    // units, a few hundredths of a point.
+    bool hasPrintedWidth() const { return std::abs(width - 675.0) < 0.5; }
+    QString size() const { return QStringLiteral("%1 x %2 pts").arg(width).arg(height); }
 };
 
-PdfFacts readPdf(const QString &path)
+Pdf readPdf(const QString &path)
 {
     const QString info = run("pdfinfo", {path});
     const auto size = QRegularExpression("Page size:\\s+([\\d.]+) x ([\\d.]+) pts").match(info);
@@ -43,23 +46,8 @@ PdfFacts readPdf(const QString &path)
             run("pdftotext", {path, "-"})};
 }
 
-struct Export
-{
-    int completions = 0;
-    PdfExportResult result;
-};
-
-// The reader's 900 CSS pixels at 72/96 points each; the engine rounds page sizes to its own units,
-// a few hundredths of a point.
-bool isPrintedWidth(const PdfFacts &pdf)
-{
-    return std::abs(pdf.width - 675.0) < 0.5;
-}
-
-QString size(const PdfFacts &pdf)
-{
-    return QStringLiteral("%1 x %2 pts").arg(pdf.width).arg(pdf.height);
-}
+// script, event, error (empty: none logged)
+using ProblemRow = std::tuple<QString, QString, QString>;
 
 } // namespace
 
@@ -67,19 +55,26 @@ class ReaderPdfTest : public QObject
 {
     Q_OBJECT
 
-    // Starts an export; the returned record fills in when it completes.
-    std::shared_ptr<Export> startExport(const QString &html, const QUrl &output,
-                                        const QUrl &base = {})
+    QTemporaryDir m_folder;
+    TarnUsageLogger m_logger{m_folder.filePath(QStringLiteral("logs"))};
+    qsizetype m_logSeen = 0;
+    qsizetype m_completions = 0; // of the last export
+
+    // Exports a page whose base is the test folder and waits until the export is over;
+    // `meanwhile` runs right after the start.
+    PdfExportResult exportPdf(const QString &html, const QUrl &output,
+                              const std::function<void()> &meanwhile = {})
     {
-        auto record = std::make_shared<Export>();
+        auto done = std::make_shared<QList<PdfExportResult>>();
         TarnPDFExporter::exportPdf(
-            html, base, output,
-            [record](const PdfExportResult &result) {
-                ++record->completions;
-                record->result = result;
-            },
-            &m_logger);
-        return record;
+            html, QUrl::fromLocalFile(m_folder.path() + u'/'), output,
+            [done](const PdfExportResult &result) { done->append(result); }, &m_logger);
+        if (meanwhile)
+            meanwhile();
+        waitUntil([&] { return !done->isEmpty() && TarnPDFExporter::activeExporters().isEmpty(); },
+                  60000);
+        m_completions = done->size();
+        return done->value(0, {false, QStringLiteral("not completed")});
     }
     // The usage-log lines written since the last call.
     QList<LogLine> newLogLines()
@@ -90,10 +85,6 @@ class ReaderPdfTest : public QObject
         m_logSeen = lines.size();
         return added;
     }
-
-    QTemporaryDir m_folder;
-    TarnUsageLogger m_logger{m_folder.filePath(QStringLiteral("logs"))};
-    qsizetype m_logSeen = 0;
 
 private slots:
     // The whole document in one tall page, as the reader shows it: images in place before the
@@ -114,15 +105,13 @@ private slots:
                 "\n\n";
         markdown += "The very last line.";
         const QString path = m_folder.filePath("long.pdf");
-        auto done =
-            startExport(ReaderTestPages::render(markdown, TarnTheme::dark),
-                        QUrl::fromLocalFile(path), QUrl::fromLocalFile(m_folder.path() + "/"));
-        QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 60000);
-        QVERIFY2(done->result.ok, qPrintable(done->result.errorString));
+        const PdfExportResult result = exportPdf(ReaderTestPages::render(markdown, TarnTheme::dark),
+                                                 QUrl::fromLocalFile(path));
+        QVERIFY2(result.ok, qPrintable(result.errorString));
 
-        const PdfFacts pdf = readPdf(path);
+        const Pdf pdf = readPdf(path);
         QCOMPARE(pdf.pages, 1);
-        QVERIFY2(isPrintedWidth(pdf) && pdf.height > 10000, qPrintable(size(pdf)));
+        QVERIFY2(pdf.hasPrintedWidth() && pdf.height > 10000, qPrintable(pdf.size()));
         for (const char *text : {"First line.", "Omega", "Paragraph 299", "The very last line."})
             QVERIFY2(pdf.text.contains(text), text);
         QVERIFY2(!pdf.text.contains("-->"), qPrintable(pdf.text));
@@ -138,32 +127,27 @@ private slots:
 
     void problemsAreLoggedAndPrintedAnyway_data()
     {
+        QTest::addColumn<ProblemRow>("row");
         // clang-format off
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("event");
-        QTest::addColumn<QString>("error"); // empty: none logged
-        QTest::newRow("never ready") << "window.tarnReady = new Promise(() => {}); window.tarnReadyDone = false;" << "export.pdf.ready_timeout" << "";
-        QTest::newRow("readiness test throws") << "Object.defineProperty(window, 'tarnReadyDone', { get() { throw new Error('boom'); } });" << "export.pdf.ready_check_failed" << "Error: boom";
-        QTest::newRow("height cannot be measured") << "document.querySelector('p').style.height = '3000px'; Object.defineProperty(document, 'body', { get() { throw new Error('no body'); } });" << "export.pdf.height_measure_failed" << "Error: no body";
+        QTest::newRow("never ready") << ProblemRow{"window.tarnReady = new Promise(() => {}); window.tarnReadyDone = false;", "export.pdf.ready_timeout", ""};
+        QTest::newRow("readiness test throws") << ProblemRow{"Object.defineProperty(window, 'tarnReadyDone', { get() { throw new Error('boom'); } });", "export.pdf.ready_check_failed", "Error: boom"};
+        QTest::newRow("height cannot be measured") << ProblemRow{"document.querySelector('p').style.height = '3000px'; Object.defineProperty(document, 'body', { get() { throw new Error('no body'); } });", "export.pdf.height_measure_failed", "Error: no body"};
         // clang-format on
     }
 
     void problemsAreLoggedAndPrintedAnyway()
     {
-        QFETCH(QString, script);
-        QFETCH(QString, event);
-        QFETCH(QString, error);
+        QFETCH(ProblemRow, row);
+        const auto &[script, event, error] = row;
         const QString path = m_folder.filePath(QStringLiteral("problem.pdf"));
-        auto done = startExport(
-            QStringLiteral("<!doctype html><p>Printed anyway</p><script>%1</script>").arg(script),
-            QUrl::fromLocalFile(path));
-        QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 30000);
-        QVERIFY(done->result.ok);
-        const PdfFacts pdf = readPdf(path);
+        QVERIFY(exportPdf("<!doctype html><p>Printed anyway</p><script>" + script + "</script>",
+                          QUrl::fromLocalFile(path))
+                    .ok);
+        const Pdf pdf = readPdf(path);
         QVERIFY(pdf.text.contains(QStringLiteral("Printed anyway")));
         // A short page, or one that could not be measured, is padded to the least height.
-        QVERIFY2(isPrintedWidth(pdf) && std::abs(pdf.width / pdf.height - 900.0 / 1200) < 0.001,
-                 qPrintable(size(pdf)));
+        QVERIFY2(pdf.hasPrintedWidth() && std::abs(pdf.width / pdf.height - 900.0 / 1200) < 0.001,
+                 qPrintable(pdf.size()));
 
         const QList<LogLine> lines = newLogLines();
         QCOMPARE(lines.size(), 1);
@@ -194,22 +178,18 @@ private slots:
         // A page big enough to be still loading when its renderer is killed.
         const QString markdown =
             crash ? QStringLiteral("Text that fills the page.\n\n").repeated(60000) : "text";
-        auto done = startExport(ReaderTestPages::render(markdown), url);
-        if (crash) {
-            QWebEnginePage *page = TarnPDFExporter::activeExporters()
-                                       .constFirst()
-                                       ->findChild<ReaderPageLoader *>()
-                                       ->page();
-            QTRY_VERIFY(page->renderProcessPid() > 0);
-            QCOMPARE(::kill(pid_t(page->renderProcessPid()), SIGKILL), 0);
-        }
-        QTRY_COMPARE_WITH_TIMEOUT(done->completions, 1, 30000);
-        QVERIFY(!done->result.ok);
-        QVERIFY(!done->result.errorString.isEmpty());
+        const PdfExportResult result = exportPdf(ReaderTestPages::render(markdown), url, [crash] {
+            if (!crash)
+                return;
+            auto *loader =
+                TarnPDFExporter::activeExporters().constFirst()->findChild<ReaderPageLoader *>();
+            if (waitUntil([loader] { return loader->page()->renderProcessPid() > 0; }))
+                ::kill(pid_t(loader->page()->renderProcessPid()), SIGKILL);
+        });
+        QVERIFY(!result.ok && !result.errorString.isEmpty());
         if (!error.isEmpty())
-            QCOMPARE(done->result.errorString, error);
-        QTRY_VERIFY(TarnPDFExporter::activeExporters().isEmpty());
-        QCOMPARE(done->completions, 1);
+            QCOMPARE(result.errorString, error);
+        QCOMPARE(m_completions, 1);
         QVERIFY(!QFileInfo(url.toLocalFile()).isFile());
     }
 };
