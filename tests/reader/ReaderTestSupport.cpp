@@ -51,20 +51,6 @@ QString observed(const QString &markdown)
                                     "tarnTestScrollTo(x, y); };\n</script>\n");
 }
 
-QString neverReady(const QString &markdown)
-{
-    return observed(markdown).replace("tarnReadyDone = true;", "tarnReadyDone = false;");
-}
-
-QString headingAtTop(const QString &id)
-{
-    return QStringLiteral("(() => { const heading = document.getElementById('%1');"
-                          "  const margin = parseFloat(getComputedStyle(heading).scrollMarginTop);"
-                          "  return Math.abs(heading.getBoundingClientRect().top - margin) < 2;"
-                          "})()")
-        .arg(id);
-}
-
 QString longDocument(int sections)
 {
     const QString paragraph("The alpha paragraph of part %1 goes on for a while so that it fills "

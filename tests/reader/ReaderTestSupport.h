@@ -25,10 +25,6 @@ namespace ReaderTestPages {
 QString render(const QString &markdown, TarnTheme theme = TarnTheme::businessBlue);
 // The same with a recorder of the host's window.scrollTo calls in window.__scrollCalls.
 QString observed(const QString &markdown);
-// An observed page whose script never reports ready.
-QString neverReady(const QString &markdown);
-// True when the heading with this id sits at the top of the view, as far as its margin allows.
-QString headingAtTop(const QString &id);
 // A document tall enough to scroll, with "alpha" in every section.
 QString longDocument(int sections = 40);
 

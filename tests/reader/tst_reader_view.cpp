@@ -3,16 +3,24 @@
 // load, search pushed and stepped once, pages that never get ready.
 #include "ReaderTestSupport.h"
 
-#include "TarnReaderPage.h"
-
 #include <QApplication>
 #include <QMenu>
 #include <QWheelEvent>
 
 using namespace ReaderTestPages;
 
-// query, remembered position, scrollTo calls after the load, the query has hits
-using RestoreRow = std::tuple<QString, double, QVariantList, bool>;
+namespace {
+
+// An observed page whose script never reports ready.
+QString neverReady(const QString &markdown)
+{
+    return observed(markdown).replace("tarnReadyDone = true;", "tarnReadyDone = false;");
+}
+
+} // namespace
+
+// query, remembered position, scrollTo calls after the load, query has hits, page gets ready
+using RestoreRow = std::tuple<QString, double, QVariantList, bool, bool>;
 
 class ReaderBridgeTest : public QObject
 {
@@ -60,44 +68,36 @@ private slots:
     // before it ended); an in-page jump is let through; the page stays.
     void navigationStaysOnThePage()
     {
-        TarnReaderPage &page = m_page.view->readerPage();
-        const int refused = page.refusedNavigationCount();
-        QSignalSpy ended(&page, &QWebEnginePage::loadFinished);
-        QSignalSpy moved(&page, &QWebEnginePage::urlChanged);
+        QSignalSpy ended(m_page.view->page(), &QWebEnginePage::loadFinished);
+        QSignalSpy moved(m_page.view->page(), &QWebEnginePage::urlChanged);
         m_page.eval("window.marker = 'kept'; location.href = 'file:///etc/hostname'");
         QTRY_COMPARE(ended.size(), 1);
         m_page.eval("const form = document.createElement('form'); document.body.append(form);"
                     "form.action = 'https://example.com/'; form.submit()");
         QTRY_COMPARE(ended.size(), 2);
         QCOMPARE(moved.size(), 0);
-        QCOMPARE(page.refusedNavigationCount(), refused + 2);
         m_page.eval("location.hash = '#part-3'");
         QTRY_COMPARE(m_page.eval("location.hash").toString(), "#part-3");
-        QCOMPARE(page.refusedNavigationCount(), refused + 2);
         QCOMPARE(m_page.eval("window.marker").toString(), "kept");
     }
 
-    void contextMenuOffersCopyAndSelectAll()
-    {
-        // A real right click: the engine asks the view for its menu.
-        QWidget *render = m_page.view->focusProxy();
-        QTest::mouseClick(render, Qt::RightButton, {}, render->rect().center());
-        QTRY_VERIFY(qobject_cast<QMenu *>(QApplication::activePopupWidget()));
-        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        QWebEnginePage *page = m_page.view->page();
-        QCOMPARE(menu->actions(), (QList<QAction *>{page->action(QWebEnginePage::Copy),
-                                                    page->action(QWebEnginePage::SelectAll)}));
-        menu->actions().at(1)->trigger();
-        menu->close();
-        QTRY_VERIFY(m_page.eval("String(getSelection())").toString().contains("headings"));
-    }
-
-    // The zoom keys and wheel set the zoom, which a new page keeps; the page is loaded once
-    // for any number of refreshes.
-    void zoomSurvivesReload()
+    // A real right click brings the engine to ask the view for its menu: copy and select all.
+    // The zoom keys and wheel set the zoom, which a new page keeps; a new page is loaded once for
+    // any number of refreshes.
+    void contextMenuAndZoom()
     {
         TarnWebView *view = m_page.view.get();
         QWidget *render = view->focusProxy(); // the engine's widget, which has the focus
+        QTest::mouseClick(render, Qt::RightButton, {}, render->rect().center());
+        QTRY_VERIFY(qobject_cast<QMenu *>(QApplication::activePopupWidget()));
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        QCOMPARE(menu->actions(),
+                 (QList<QAction *>{view->page()->action(QWebEnginePage::Copy),
+                                   view->page()->action(QWebEnginePage::SelectAll)}));
+        menu->actions().at(1)->trigger();
+        menu->close();
+        QTRY_VERIFY(m_page.eval("String(getSelection())").toString().contains("headings"));
+
         render->setFocus();
         QTRY_VERIFY(render->hasFocus());
         QTest::keyClick(render, Qt::Key_Plus, Qt::ControlModifier);
@@ -108,34 +108,34 @@ private slots:
         QApplication::sendEvent(render, &wheel);
         QCOMPARE(view->readerZoomFactor(), 1.1);
         QTRY_VERIFY(qAbs(m_page.eval("devicePixelRatio").toDouble() - 1.1) < 1e-3);
-
         const int loads = view->loadCount();
         m_page.html = observed("# Another page");
         m_page.update();
         m_page.update();
         QVERIFY(m_page.waitForReady());
         QCOMPARE(view->loadCount(), loads + 1);
-        QCOMPARE(m_page.eval("document.querySelector('h1').textContent").toString(),
-                 "Another page");
+        QCOMPARE(m_page.eval("document.querySelector('h1').textContent"), "Another page");
         QCOMPARE(view->page()->zoomFactor(), 1.1);
         QTest::keyClick(view->focusProxy(), Qt::Key_0, Qt::ControlModifier);
         QCOMPARE(view->readerZoomFactor(), 1.0);
     }
 
+    // A page that never reports ready is served after the wait.
     void restoresSearchOrPositionAfterLoad_data()
     {
         QTest::addColumn<RestoreRow>("row");
-        QTest::newRow("query beats position") << RestoreRow{"alpha", 900, {}, true};
-        QTest::newRow("position restored") << RestoreRow{"", 900, {900}, false};
-        QTest::newRow("spaces are no query") << RestoreRow{"  \n", 300, {300}, false};
+        QTest::newRow("query beats position") << RestoreRow{"alpha", 900, {}, true, true};
+        QTest::newRow("position restored") << RestoreRow{"", 900, {900}, false, true};
+        QTest::newRow("spaces are no query") << RestoreRow{"  \n", 300, {300}, false, true};
+        QTest::newRow("never ready") << RestoreRow{"", 700, {700}, false, false};
     }
 
     void restoresSearchOrPositionAfterLoad()
     {
         QFETCH(RestoreRow, row);
-        const auto &[query, remembered, scrollCalls, hits] = row;
+        const auto &[query, remembered, scrollCalls, hits, ready] = row;
         BridgeHarness bridge;
-        bridge.html = observed(longDocument());
+        bridge.html = (ready ? observed : neverReady)(longDocument());
         bridge.searchQuery = query;
         bridge.initialScrollY = remembered;
         QVERIFY(bridge.show());
@@ -168,10 +168,8 @@ private slots:
         search("y");
         search("x");
         step(SearchNavigationDirection::next);
-        const QUuid first = bridge.request->id;
         bridge.update();
         bridge.update();
-        QCOMPARE(bridge.view->lastSearchNavigationRequestID(), first);
         QTRY_VERIFY(!bridge.request.has_value());
 
         // A second press before the first request was cleared is kept and carried out.
@@ -189,12 +187,11 @@ private slots:
         QTRY_COMPARE(bridge.calls, (QStringList{"search:0/0", "search:1/2", "search:1/3",
                                                 "search:2/3", "search:1/3", "search:3/3",
                                                 "search:1/3", "search:0/0", "search:0/0"}));
-        QCOMPARE(bridge.view->loadCount(), 1);
     }
 
     // A reload arriving while the previous page is still being polled gets only the new page's
-    // state, once; a page that never reports ready is served after the wait.
-    void pagesThatNeverGetReady()
+    // state, once.
+    void reloadWhileThePreviousPageIsPolled()
     {
         BridgeHarness bridge;
         bridge.html = neverReady(longDocument());
@@ -211,14 +208,6 @@ private slots:
         QCOMPARE(bridge.calls.filter("search:"), QStringList{"search:0/0"});
         QCOMPARE(bridge.eval("__scrollCalls").toList(), QVariantList{300});
         QCOMPARE(ready.size(), 1);
-
-        bridge.html = neverReady(longDocument(42));
-        bridge.initialScrollY = 700;
-        bridge.update();
-        QVERIFY(ready.wait(20000));
-        QCOMPARE(bridge.eval("tarnReadyDone"), false);
-        QTRY_COMPARE(bridge.calls.filter("search:"), QStringList({"search:0/0", "search:0/0"}));
-        QCOMPARE(bridge.eval("__scrollCalls").toList(), QVariantList{700});
     }
 };
 
