@@ -1,6 +1,5 @@
-// A reader page in the real web engine: the page script's search, reports and link clicks, its
-// diagrams, the tarn channel, the loader's big pages, base folders and file refusals, and the
-// reload after a dead renderer.
+// A reader page in the real web engine: the page script's search, reports, links and diagrams,
+// the tarn channel, the loader's big pages and file refusals, the reload after a dead renderer.
 #include "ReaderTestSupport.h"
 
 #include "MarkdownRenderer.h"
@@ -11,6 +10,8 @@
 #include <QTemporaryDir>
 
 #include <csignal>
+
+using namespace ReaderTestPages;
 
 namespace {
 
@@ -47,11 +48,11 @@ private slots:
     void initTestCase()
     {
         const QString filler = QStringLiteral("Filler paragraph.\n\n").repeated(40);
-        m_page.html = ReaderTestPages::observed(scriptPage + filler + "## Two\n\n" + filler +
-                                                "## Three\n\n" + filler);
-        m_page.html.replace("data-mermaid-id=\"tarn-mermaid-1\"", "data-mermaid-id=\"a b/c\"");
+        QString page =
+            observed(scriptPage + filler + "## Two\n\n" + filler + "## Three\n\n" + filler);
         m_page.baseURL = QUrl::fromLocalFile(m_folder.path());
-        QVERIFY(m_page.show());
+        QVERIFY(m_page.show(
+            page.replace("data-mermaid-id=\"tarn-mermaid-1\"", "data-mermaid-id=\"a b/c\"")));
     }
 
     void searchCountsVisibleTextOnly_data()
@@ -118,19 +119,14 @@ private slots:
         // A listener after the page's own records whether the click was cancelled, then cancels
         // it anyway so the view stays on the page.
         const QString click = QStringLiteral(
-            "(() => { const svg = %2, main = document.querySelector('main');"
-            "  const ns = svg ? 'http://www.w3.org/2000/svg' : 'http://www.w3.org/1999/xhtml';"
-            "  const a = document.createElementNS(ns, 'a');"
-            "  if (svg) a.setAttributeNS('http://www.w3.org/1999/xlink', 'xlink:href', %1);"
-            "  else a.setAttribute('href', %1);"
-            "  main.append(svg ? document.createElementNS(ns, 'svg') : a);"
-            "  if (svg) main.lastChild.append(a);"
-            "  let cancelled = null;"
-            "  const listener = (e) => { cancelled = e.defaultPrevented; e.preventDefault(); };"
-            "  window.addEventListener('click', listener);"
-            "  a.appendChild(document.createElementNS(ns, svg ? 'text' : 'span'))"
+            "(() => { const main = document.querySelector('main'), href = %1; let cancelled;"
+            "  main.insertAdjacentHTML('beforeend', %2 ? `<svg><a xlink:href=\"${href}\">"
+            "<text>x</text></a></svg>` : `<a href=\"${href}\"><span>x</span></a>`);"
+            "  addEventListener('click', (e) => { cancelled = e.defaultPrevented; "
+            "e.preventDefault(); },"
+            "    { once: true });"
+            "  main.lastElementChild.querySelector('span, text')"
             "    .dispatchEvent(new MouseEvent('click', { bubbles: true, cancelable: true }));"
-            "  window.removeEventListener('click', listener);"
             "  return cancelled; })()");
         QCOMPARE(m_page.eval(click.arg(ReaderScripts::stringLiteral(href), svg ? "1" : "0")),
                  !href.startsWith('#'));
@@ -176,9 +172,9 @@ private slots:
         QCOMPARE(m_page.eval("document.querySelectorAll('body > div svg').length"), 0);
 
         BridgeHarness bare;
-        bare.html = ReaderTestPages::render("```mermaid\ngraph TD\n  A --> B\n```")
-                        .remove(QString::fromStdU16String(MarkdownRenderer::inlineMermaidScript()));
-        QVERIFY(bare.show());
+        QVERIFY(bare.show(
+            render("```mermaid\ngraph TD\n  A --> B\n```")
+                .remove(QString::fromStdU16String(MarkdownRenderer::inlineMermaidScript()))));
         QCOMPARE(bare.eval(diagramsShown).toStringList(), QStringList{"流程图库加载失败"});
     }
 
@@ -204,8 +200,8 @@ private slots:
         QList<QVariantMap> messages;
         connect(&view.messageChannel(), &TarnMessageChannel::messageReceived, this,
                 [&](const QVariantMap &body) { messages.append(body); });
-        // Posted while the page is still being parsed, long before the channel's handshake ends;
-        // what is not an object, or cannot be copied, is dropped; each is copied when posted.
+        // Posted before the channel's handshake ends; what is not an object, or cannot be copied,
+        // is dropped; each is copied when posted.
         view.page()->setHtml(
             "<script>const tarn = window.webkit.messageHandlers.tarn, cycle = {}, message = {y: 1};"
             "tarn.postMessage(message); message.y = 2; cycle.self = cycle;"
@@ -227,18 +223,16 @@ private slots:
     {
         QTemporaryDir folder;
         QFile secret(folder.filePath("secret.txt"));
-        QVERIFY(secret.open(QIODevice::WriteOnly) && secret.write("secret") == 6);
-        secret.close();
-        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("img")));
-        QVERIFY(QImage(4, 3, QImage::Format_RGB32).save(folder.filePath("img/dot.png")));
+        QVERIFY(secret.open(QIODevice::WriteOnly) && secret.write("secret") == 6 && secret.flush());
+        QVERIFY(QDir(folder.path()).mkdir("img") &&
+                QImage(4, 3, QImage::Format_RGB32).save(folder.filePath("img/dot.png")));
         BridgeHarness big;
-        big.html = ReaderTestPages::render(QStringLiteral("# Small"));
         big.baseURL = QUrl::fromLocalFile(folder.path());
-        QVERIFY(big.show(0));
+        QVERIFY(big.show(render("# Small"), 0));
         QSignalSpy loaded(&big.view->loader(), &ReaderPageLoader::pageLoaded);
         QSignalSpy failed(&big.view->loader(), &ReaderPageLoader::pageLoadFailed);
         // The diagram library alone is about 2.5 MB; the text brings the page to about 3.5 MB.
-        big.html = ReaderTestPages::render(
+        big.html = render(
             "# Big\n\n```mermaid\ngraph TD\n  A --> B\n```\n\n" +
             QStringLiteral("Some text that fills the page, 中文 too.\n\n").repeated(22000) +
             "Odd text: \"q\" \\ </script> \u2028 😀\n\n![dot](img/dot.png)\n\n[notes](notes.md)\n");
@@ -269,8 +263,8 @@ private slots:
                  false);
     }
 
-    // Last: after a renderer dies, the engine's next new page can miss its channel. A renderer
-    // process that dies is followed by a reload of the same page, where it was read.
+    // A dead renderer's page is loaded again where it was read. Last, as after a renderer dies
+    // the engine's next new page can miss its channel.
     void killedRendererReloads()
     {
         const int loads = m_page.view->loadCount();

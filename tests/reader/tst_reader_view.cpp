@@ -1,6 +1,5 @@
-// The reader bridge and view in a real web engine: page messages turned into calls, navigation
-// refused, context menu and zoom, reloads only on change, search or position restored after a
-// load, search pushed and stepped once, pages that never get ready.
+// The reader bridge and view in a real web engine: page messages, navigation, context menu,
+// zoom, reloads, search or position restored after a load, search pushed and stepped once.
 #include "ReaderTestSupport.h"
 
 #include <QApplication>
@@ -31,8 +30,7 @@ class ReaderBridgeTest : public QObject
 private slots:
     void initTestCase()
     {
-        m_page.html = observed("Text without headings.");
-        QVERIFY(m_page.show());
+        QVERIFY(m_page.show(observed("Text without headings.")));
         m_page.view->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(m_page.view.get()));
         QTRY_VERIFY(m_page.view->focusProxy());
@@ -81,9 +79,8 @@ private slots:
         QCOMPARE(m_page.eval("window.marker").toString(), "kept");
     }
 
-    // A real right click brings the engine to ask the view for its menu: copy and select all.
-    // The zoom keys and wheel set the zoom, which a new page keeps; a new page is loaded once for
-    // any number of refreshes.
+    // A real right click gets the view's menu: copy and select all. The zoom keys and wheel set
+    // the zoom, which a new page keeps; a new page is loaded once for any number of refreshes.
     void contextMenuAndZoom()
     {
         TarnWebView *view = m_page.view.get();
@@ -135,10 +132,9 @@ private slots:
         QFETCH(RestoreRow, row);
         const auto &[query, remembered, scrollCalls, hits, ready] = row;
         BridgeHarness bridge;
-        bridge.html = (ready ? observed : neverReady)(longDocument());
         bridge.searchQuery = query;
         bridge.initialScrollY = remembered;
-        QVERIFY(bridge.show());
+        QVERIFY(bridge.show((ready ? observed : neverReady)(longDocument())));
         // The search is applied in every case, so its report marks the end of the restore.
         QTRY_COMPARE(bridge.calls.filter("search:").size(), 1);
         QCOMPARE(bridge.calls.filter("search:").constFirst() == "search:0/0", !hits);
@@ -154,8 +150,7 @@ private slots:
     void searchIsPushedAndSteppedOnce()
     {
         BridgeHarness bridge;
-        bridge.html = observed("x1 x2 x3 y y");
-        QVERIFY(bridge.show());
+        QVERIFY(bridge.show(observed("x1 x2 x3 y y")));
         auto search = [&bridge](const QString &query) {
             bridge.searchQuery = query;
             bridge.update();
@@ -164,9 +159,8 @@ private slots:
             bridge.request = SearchNavigationRequest{QUuid::createUuid(), direction};
             bridge.update();
         };
-        search("y");
-        search("y");
-        search("x");
+        for (const char *query : {"y", "y", "x"})
+            search(query);
         step(SearchNavigationDirection::next);
         bridge.update();
         bridge.update();
@@ -189,14 +183,12 @@ private slots:
                                                 "search:1/3", "search:0/0", "search:0/0"}));
     }
 
-    // A reload arriving while the previous page is still being polled gets only the new page's
-    // state, once.
+    // A reload while the previous page is still polled gets only the new page's state, once.
     void reloadWhileThePreviousPageIsPolled()
     {
         BridgeHarness bridge;
-        bridge.html = neverReady(longDocument());
         bridge.initialScrollY = 700;
-        QVERIFY(bridge.show(0));
+        QVERIFY(bridge.show(neverReady(longDocument()), 0));
         QSignalSpy ready(bridge.coordinator, &MarkdownWebViewCoordinator::pageReady);
         QTRY_VERIFY(!bridge.view->loader().isLoading()); // written, and being polled
         bridge.html = observed(longDocument(41));
