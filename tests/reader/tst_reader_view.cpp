@@ -117,7 +117,7 @@ private slots:
         QCOMPARE(view->readerZoomFactor(), 1.0);
     }
 
-    // A page that never reports ready is served after the wait.
+    // The last row: a page that never reports ready is served after the wait.
     void restoresSearchOrPositionAfterLoad_data()
     {
         QTest::addColumn<RestoreRow>("row");
@@ -151,16 +151,14 @@ private slots:
     {
         BridgeHarness bridge;
         QVERIFY(bridge.show(observed("x1 x2 x3 y y")));
-        auto search = [&bridge](const QString &query) {
-            bridge.searchQuery = query;
-            bridge.update();
-        };
         auto step = [&bridge](SearchNavigationDirection direction) {
             bridge.request = SearchNavigationRequest{QUuid::createUuid(), direction};
             bridge.update();
         };
-        for (const char *query : {"y", "y", "x"})
-            search(query);
+        for (const char *query : {"y", "y", "x"}) {
+            bridge.searchQuery = query;
+            bridge.update();
+        }
         step(SearchNavigationDirection::next);
         bridge.update();
         bridge.update();
@@ -176,7 +174,8 @@ private slots:
         bridge.update();
         step(SearchNavigationDirection::next);
         QCOMPARE(bridge.eval("document.querySelectorAll('.tarn-search-current').length"), 1);
-        search("z");
+        bridge.searchQuery = "z";
+        bridge.update();
         step(SearchNavigationDirection::next);
         QTRY_COMPARE(bridge.calls, (QStringList{"search:0/0", "search:1/2", "search:1/3",
                                                 "search:2/3", "search:1/3", "search:3/3",
