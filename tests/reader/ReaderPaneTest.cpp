@@ -2,115 +2,157 @@
 // positions, pages kept loaded across tab switches, and the outline's rows.
 #include "ReaderTestSupport.h"
 
+#include "ModelFixture.h"
 #include "OutlinePane.h"
 #include "ReaderPane.h"
-#include "TarnTheme.h"
 
-#include <QElapsedTimer>
-#include <QFileInfo>
+#include <QDir>
+#include <QFile>
 #include <QImage>
 #include <QLabel>
 #include <QListWidget>
 #include <QPointer>
-#include <QSignalSpy>
-#include <QTest>
+
+using namespace ReaderTestPages;
 
 namespace {
 
-constexpr char guide[] = "# Guide\n\nSaved alpha text.\n\n## Setup\n\nMore alpha.\n\n"
-                         "### Details\n\n[other](other.md) [missing](missing.md) "
-                         "[web](https://example.com/page) [up](../up.md)\n";
-
-QColor windowColor(TarnRGB rgb)
+// True when the heading with this id sits at the top of the view, as far as its margin allows.
+QString headingAtTop(const QString &id)
 {
-    return QColor::fromRgbF(float(rgb.red), float(rgb.green), float(rgb.blue));
+    return QStringLiteral("(() => { const heading = document.getElementById('%1');"
+                          "  const margin = parseFloat(getComputedStyle(heading).scrollMarginTop);"
+                          "  return Math.abs(heading.getBoundingClientRect().top - margin) < 2;"
+                          "})()")
+        .arg(id);
+}
+
+QRgb windowColor(TarnRGB rgb)
+{
+    return QColor::fromRgbF(float(rgb.red), float(rgb.green), float(rgb.blue)).rgb();
 }
 
 } // namespace
+
+// A real model on files in a temporary folder, and a reader pane showing it.
+struct PaneFixture : ModelFixture
+{
+    PaneFixture()
+    {
+        pane.resize(1100, 700);
+        pane.show();
+    }
+    ReaderPane pane{*model}; // destroyed before the model it shows
+};
 
 class ReaderPaneTest : public QObject
 {
     Q_OBJECT
 
+    std::unique_ptr<PaneFixture> m_fixture;
+
+    AppModel *model() const { return m_fixture->model.get(); }
+    ReaderPane *pane() const { return &m_fixture->pane; }
+    TarnDocument *selected() const { return model()->selectedDocument(); }
+    QVariant eval(const QString &script)
+    {
+        return evaluateAndWait(pane()->currentView()->page(), script);
+    }
+    QUrl file(const QString &name, const QByteArray &text)
+    {
+        QFile out(m_fixture->dir.filePath(name));
+        const bool written = out.open(QIODevice::WriteOnly) && out.write(text) == text.size();
+        return written ? QUrl::fromLocalFile(out.fileName()) : QUrl();
+    }
+    // Waits for the pane's next page to be ready after `change`.
+    bool reloads(const std::function<void()> &change, int timeoutMs = 30000)
+    {
+        QSignalSpy ready(pane(), &ReaderPane::pageReady);
+        change();
+        return ready.wait(timeoutMs);
+    }
+    bool open(const QString &name, const QByteArray &text, int timeoutMs = 30000)
+    {
+        const QUrl url = file(name, text);
+        return reloads([&] { model()->openURLs({url}, true); }, timeoutMs);
+    }
+
 private slots:
-    void init() { m_pane = std::make_unique<PaneHarness>(); }
-    void cleanup() { m_pane.reset(); }
+    void init() { m_fixture = std::make_unique<PaneFixture>(); }
+    void cleanup() { m_fixture.reset(); }
 
-    void opensRealDocument()
+    // The document's page in the theme's colour; clicks reach the model (a web link goes to the
+    // desktop, a Markdown file opens); the page shows the saved text, not the draft.
+    void showsSavedTextAndOpensLinks()
     {
-        const QUrl url = m_pane->file(QStringLiteral("guide.md"), QString::fromUtf8(guide));
-        QVERIFY(m_pane->open(url));
-        QCOMPARE(m_pane->pane->document(), selected());
-        QCOMPARE(m_pane->eval(QStringLiteral("document.title")).toString(), "guide");
-        QCOMPARE(
-            m_pane->eval(QStringLiteral("document.querySelector('h1').textContent")).toString(),
-            "Guide");
-        QCOMPARE(m_pane->eval(QStringLiteral("document.baseURI")).toString(),
-                 QUrl::fromLocalFile(m_pane->dir.path() + QLatin1Char('/')).toString());
-        QCOMPARE(m_pane->view()->page()->backgroundColor().rgb(),
-                 windowColor(TarnThemes::backgroundColor(TarnTheme::businessBlue)).rgb());
-        QCOMPARE(m_pane->pane->outlinePane()->rows()->count(), 3);
-        QVERIFY(m_pane->pane->outlinePane()->isVisible());
-        QCOMPARE(m_pane->pane->outlinePane()->width(), OutlinePane::paneWidth);
-        m_pane->model->setShowOutline(false);
-        QVERIFY(!m_pane->pane->outlinePane()->isVisible());
-        m_pane->eval("window.webkit.messageHandlers.tarn.postMessage({type: 'scroll', y: 812.5});");
-        QTRY_COMPARE(selected()->scrollY(), 812.5);
-        QCOMPARE(m_pane->model->readPositions().value(m_pane->path("guide.md")), 812.5);
+        file("up.md", "# Up page\n");
+        QVERIFY(QDir(m_fixture->dir.path()).mkdir("docs"));
+        QVERIFY(open("docs/guide.md", "# Guide\n\n## Setup\n\n### More\n\n"
+                                      "[web](https://example.com/page) [up](../up.md)"));
+        QCOMPARE(eval("document.title").toString(), "guide");
+        QCOMPARE(eval("document.baseURI").toString(),
+                 QUrl::fromLocalFile(m_fixture->dir.filePath("docs/")).toString());
+        QCOMPARE(pane()->currentView()->page()->backgroundColor().rgb(),
+                 windowColor(TarnThemes::backgroundColor(TarnTheme::businessBlue)));
+        OutlinePane *outline = pane()->outlinePane();
+        QCOMPARE(outline->rows()->count(), 3);
+        QVERIFY(outline->isVisible());
+        QCOMPARE(outline->width(), OutlinePane::paneWidth);
+        model()->setShowOutline(false);
+        QVERIFY(!outline->isVisible());
 
-        // The page shows the saved text, not the draft.
-        selected()->updateDraft(QStringLiteral("# Draft only"));
-        m_pane->model->setSearchQuery(QStringLiteral("x")); // any refresh
-        QCOMPARE(m_pane->view()->loadCount(), 1);
-        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-        selected()->setContent(QStringLiteral("# Saved again\n"));
-        QVERIFY(ready.wait());
-        QCOMPARE(m_pane->eval("document.querySelector('h1').textContent").toString(),
-                 "Saved again");
-    }
-
-    // A click in the page reaches the model: a Markdown file opens as a tab, a web link goes
-    // to the desktop.
-    void links()
-    {
-        m_pane->file(QStringLiteral("up.md"), QStringLiteral("# Up page\n"));
-        QVERIFY(QDir(m_pane->dir.path()).mkdir(QStringLiteral("docs")));
-        QVERIFY(
-            m_pane->open(m_pane->file(QStringLiteral("docs/guide.md"), QString::fromUtf8(guide))));
-        m_pane->eval(
-            "document.querySelector('a[href=\"https://example.com/page\"]').click(); true;");
-        QTRY_COMPARE(m_pane->platform.openedWithDefaultHandler,
+        eval("document.links[0].click()");
+        QTRY_COMPARE(m_fixture->platform.openedWithDefaultHandler,
                      QList<QUrl>{QUrl("https://example.com/page")});
-        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-        m_pane->eval("document.querySelector('a[href=\"../up.md\"]').click(); true;");
-        QVERIFY(ready.wait());
+        QVERIFY(reloads([this] { eval("document.links[1].click()"); }));
         QCOMPARE(selected()->fileName(), "up.md");
-        QCOMPARE(m_pane->eval("document.querySelector('h1').textContent").toString(), "Up page");
+
+        selected()->updateDraft(QStringLiteral("# Draft only"));
+        model()->setSearchQuery(QStringLiteral("x")); // any refresh
+        QCOMPARE(pane()->currentView()->loadCount(), 1);
+        QCOMPARE(eval("document.querySelector('h1').textContent").toString(), "Up page");
+        QVERIFY(reloads([this] { selected()->setContent(QStringLiteral("# Saved again\n")); }));
+        QCOMPARE(eval("document.querySelector('h1').textContent").toString(), "Saved again");
     }
 
-    // The position is restored once the document's images are in: after a theme switch the
-    // reader is back on the same text, though a tall image stands above it.
-    void positionSurvivesReloadBelowImages()
+    // The outline lists the headings, marks the current one, and a click scrolls the page; the
+    // position reached is restored once the images are in, though a tall one stands above.
+    void outlineAndPositionBelowATallImage()
     {
         QImage tall(300, 3000, QImage::Format_RGB32);
         tall.fill(Qt::gray);
-        QVERIFY(tall.save(m_pane->dir.filePath("tall.png")));
-        QVERIFY(m_pane->open(
-            m_pane->file("img.md", "![tall](tall.png)\n\n" + ReaderTestPages::longDocument(30))));
-        m_pane->eval("document.getElementById('part-20').scrollIntoView(); true;");
-        QTRY_VERIFY(selected()->scrollY() > 3000);
-        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-        m_pane->model->setTheme(TarnTheme::warm);
-        QVERIFY(ready.wait());
-        QTRY_VERIFY(m_pane->eval(ReaderTestPages::headingAtTop("part-20")).toBool());
+        QVERIFY(tall.save(m_fixture->dir.filePath("tall.png")));
+        QVERIFY(open("img.md", "![tall](tall.png)\n\n" + longDocument(30).toUtf8()));
+        QListWidget *rows = pane()->outlinePane()->rows();
+        QCOMPARE(rows->count(), 31);
+        QCOMPARE(rows->item(25)->text(), "Part 25");
+        const QRgb accent = windowColor(TarnThemes::accentColor(model()->theme()));
+        auto marked = [rows](int row) { return rows->item(row)->foreground().color().rgb(); };
+        model()->setCurrentHeadingID(QStringLiteral("part-2"));
+        QCOMPARE(marked(2), accent);
+        QVERIFY(marked(1) != accent);
+        rows->scrollToItem(rows->item(25));
+        QTest::mouseClick(rows->viewport(), Qt::LeftButton, {},
+                          rows->visualItemRect(rows->item(25)).center());
+        QTRY_VERIFY(!model()->scrollTargetID().has_value());
+        QTRY_VERIFY(eval(headingAtTop("part-25")).toBool());
+        eval("window.scrollBy(0, -100)"); // into the reading band: the outline follows
+        QTRY_COMPARE(marked(25), accent);
+        QVERIFY(marked(2) != accent);
+
+        QTRY_VERIFY(selected()->scrollY() > 3000 &&
+                    selected()->scrollY() == eval("window.scrollY").toDouble());
+        const QString top("document.getElementById('part-25').getBoundingClientRect().top");
+        const double before = eval(top).toDouble();
+        QVERIFY(reloads([this] { model()->setTheme(TarnTheme::warm); }));
+        QTRY_VERIFY(qAbs(eval(top).toDouble() - before) < 1);
     }
 
     // A 5 MB page is laid out only near the screen, yet a jump, the search and a remembered
     // position land where they would on the page laid out whole.
     void bigPageKeepsPositionsExact()
     {
-        QImage dot(4, 3, QImage::Format_RGB32);
-        QVERIFY(dot.save(m_pane->dir.filePath("dot.png")));
+        QVERIFY(QImage(4, 3, QImage::Format_RGB32).save(m_fixture->dir.filePath("dot.png")));
         QString markdown = QStringLiteral("# Big\n\n![dot](dot.png)\n\n");
         for (int i = 1; markdown.size() < 5'000'000; ++i) {
             // Blocks of many heights, so that sizes guessed before layout are mostly wrong.
@@ -119,132 +161,77 @@ private slots:
                         (i % 6000 == 0 ? QStringLiteral("\n\nzeta") : QString()) +
                         QStringLiteral("\n\n- one\n- two\n").repeated(i % 3) + u'\n';
         }
-        QVERIFY(m_pane->open(m_pane->file("big.md", markdown), 60000));
-        QCOMPARE(m_pane->eval("document.images[0].naturalWidth").toInt(), 4);
+        QVERIFY(open("big.md", markdown.toUtf8(), 60000));
+        QCOMPARE(eval("document.images[0].naturalWidth").toInt(), 4);
 
         // A jump reports the position the heading has on the page laid out whole: scrolling on
         // from there lays out what the jump passed by, and the heading stays where it was.
         auto jumpTo = [this](const char *id) {
-            m_pane->model->setScrollTargetID(QString::fromLatin1(id));
-            QTRY_VERIFY_WITH_TIMEOUT(m_pane->eval(ReaderTestPages::headingAtTop(id)).toBool(),
-                                     20000);
-            QTRY_COMPARE_WITH_TIMEOUT(m_pane->eval("window.scrollY").toDouble(),
-                                      selected()->scrollY(), 20000);
+            model()->setScrollTargetID(QString::fromLatin1(id));
+            QTRY_VERIFY_WITH_TIMEOUT(eval(headingAtTop(id)).toBool(), 20000);
+            QTRY_COMPARE_WITH_TIMEOUT(eval("window.scrollY").toDouble(), selected()->scrollY(),
+                                      20000);
         };
         jumpTo("part-16000");
         const double reported = selected()->scrollY();
         QVERIFY(reported > 1'000'000);
-        m_pane->eval("window.scrollBy(0, -100); true;"); // into the reading band
-        QTRY_COMPARE(m_pane->model->currentHeadingID(), "part-16000");
+        eval("window.scrollBy(0, -100)"); // into the reading band
+        QTRY_COMPARE(model()->currentHeadingID(), "part-16000");
         QTRY_COMPARE(selected()->scrollY(), reported - 100);
 
-        m_pane->model->setSearchQuery(QStringLiteral("zeta"));
-        QTRY_COMPARE(m_pane->model->searchResultCount(), 3);
-        const QString currentHitShown =
-            "(() => { const box = document.querySelector('.tarn-search-current')"
-            "  .getBoundingClientRect(); return box.top >= 0 && box.bottom <= innerHeight; })()";
+        model()->setSearchQuery(QStringLiteral("zeta"));
+        QTRY_COMPARE(model()->searchResultCount(), 3);
         for (int step = 0; step < 3; ++step) {
-            QTRY_VERIFY_WITH_TIMEOUT(m_pane->eval(currentHitShown).toBool(), 20000);
-            m_pane->model->navigateSearch(SearchNavigationDirection::next);
+            const QString shown = "(({ top, bottom }) => top >= 0 && bottom <= innerHeight)("
+                                  "document.querySelector('.tarn-search-current')"
+                                  ".getBoundingClientRect())";
+            QTRY_VERIFY_WITH_TIMEOUT(eval(shown).toBool(), 20000);
+            model()->navigateSearch(SearchNavigationDirection::next);
         }
 
         // A new page (here after a theme switch) lands on the same heading.
-        m_pane->model->setSearchQuery({});
+        model()->setSearchQuery({});
         jumpTo("part-9000");
-        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-        m_pane->model->setTheme(TarnTheme::warm);
-        QVERIFY(ready.wait(60000));
-        QTRY_VERIFY(m_pane->eval(ReaderTestPages::headingAtTop("part-9000")).toBool());
+        QVERIFY(reloads([this] { model()->setTheme(TarnTheme::warm); }, 60000));
+        QTRY_VERIFY(eval(headingAtTop("part-9000")).toBool());
     }
 
-    void switchingBackKeepsThePage()
+    // A page shown again is the one kept loaded and reports its hits and heading again, which the
+    // model forgot; only the pages shown last stay loaded. The first has no headings, as it says.
+    void keepsRecentPagesLoaded()
     {
-        QVERIFY(m_pane->open(
-            m_pane->file(QStringLiteral("a.md"), QStringLiteral("# A\n\nalpha alpha"))));
+        QVERIFY(open("a.md", "alpha alpha"));
+        OutlinePane *outline = pane()->outlinePane();
+        QVERIFY(outline->emptyLabel()->isVisible() && !outline->rows()->isVisible());
+        QCOMPARE(outline->emptyLabel()->text(), "没有标题");
         TarnDocument *a = selected();
-        TarnWebView *viewOfA = m_pane->view();
-        m_pane->eval(QStringLiteral("window.webkit.messageHandlers.tarn.postMessage("
-                                    "{type: 'heading', id: 'a'});"));
-        QTRY_COMPARE(m_pane->model->currentHeadingID(), "a");
-        QVERIFY(m_pane->open(m_pane->file(QStringLiteral("b.md"), QStringLiteral("# B\n\nalpha"))));
-        QVERIFY(m_pane->view() != viewOfA);
-        m_pane->model->setSearchQuery(QStringLiteral("alpha"));
-        QTRY_COMPARE(m_pane->model->searchResultCount(), 1);
-
-        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-        m_pane->model->selectTab(a->id());
-        QCOMPARE(m_pane->view(), viewOfA);
+        TarnWebView *viewOfA = pane()->currentView();
+        eval("webkit.messageHandlers.tarn.postMessage({type: 'heading', id: 'a'})");
+        QTRY_COMPARE(model()->currentHeadingID(), "a");
+        QVERIFY(open("b.md", "# B\n\nalpha"));
+        TarnDocument *b = selected();
+        const QPointer<TarnWebView> viewOfB = pane()->currentView();
+        model()->setSearchQuery(QStringLiteral("alpha"));
+        QTRY_COMPARE(model()->searchResultCount(), 1);
+        QSignalSpy ready(pane(), &ReaderPane::pageReady);
+        model()->selectTab(a->id());
+        QCOMPARE(pane()->currentView(), viewOfA);
         QCOMPARE(viewOfA->loadCount(), 1);
-        // The page reports its hits and heading again, though the model forgot them.
-        QTRY_COMPARE(m_pane->model->searchResultCount(), 2);
-        QTRY_COMPARE(m_pane->model->currentHeadingID(), "a");
+        QTRY_COMPARE(model()->searchResultCount(), 2);
+        QTRY_COMPARE(model()->currentHeadingID(), "a");
         QCOMPARE(ready.size(), 0);
+
+        // The view of the page shown longest ago goes, and its web engine memory with it.
+        QVERIFY(open("c.md", "# C"));
+        QVERIFY(open("d.md", "# D"));
+        QCOMPARE(pane()->loadedPageCount(), ReaderPane::maximumLoadedPages);
+        QTRY_VERIFY(!viewOfB);
+        model()->closeTab(selected());
+        QCOMPARE(pane()->loadedPageCount(), 2);
+        QVERIFY(reloads([&] { model()->selectTab(b->id()); }));
+        QCOMPARE(eval("document.title").toString(), "b");
     }
-
-    void keepsFewPagesLoaded()
-    {
-        QList<TarnDocument *> documents;
-        QList<QPointer<TarnWebView>> views;
-        for (const QString name : {"1.md", "2.md", "3.md", "4.md"}) {
-            QVERIFY(m_pane->open(m_pane->file(name, QStringLiteral("# ") + name)));
-            documents.append(selected());
-            views.append(m_pane->view());
-        }
-        QCOMPARE(m_pane->pane->loadedPageCount(), ReaderPane::maximumLoadedPages);
-        // The view of the page shown longest ago went, and its web engine memory with it.
-        QTRY_VERIFY(!views.at(0));
-
-        m_pane->model->closeTab(documents.at(3));
-        QCOMPARE(m_pane->model->tabs().size(), 3);
-        QCOMPARE(m_pane->pane->loadedPageCount(), 2);
-        // The first page was let go, so showing it loads it again.
-        QSignalSpy ready(m_pane->pane.get(), &ReaderPane::pageReady);
-        m_pane->model->selectTab(documents.at(0)->id());
-        QVERIFY(ready.wait());
-        QCOMPARE(m_pane->eval(QStringLiteral("document.title")).toString(), "1");
-    }
-
-    // The outline lists the headings, marks the current one, and a click scrolls the page.
-    void outline()
-    {
-        QVERIFY(m_pane->open(
-            m_pane->file(QStringLiteral("long.md"), ReaderTestPages::longDocument(30))));
-        QListWidget *rows = m_pane->pane->outlinePane()->rows();
-        QCOMPARE(rows->count(), 31);
-        QListWidgetItem *part25 = rows->item(25);
-        QCOMPARE(part25->text(), "Part 25");
-        const QColor accent = windowColor(TarnThemes::accentColor(m_pane->model->theme()));
-        m_pane->model->setCurrentHeadingID(QStringLiteral("part-2"));
-        QCOMPARE(rows->item(2)->foreground().color().rgb(), accent.rgb());
-        QVERIFY(rows->item(1)->foreground().color().rgb() != accent.rgb());
-        rows->scrollToItem(part25);
-        QTest::mouseClick(rows->viewport(), Qt::LeftButton, {},
-                          rows->visualItemRect(part25).center());
-        QTRY_VERIFY(!m_pane->model->scrollTargetID().has_value());
-        QTRY_VERIFY(
-            m_pane->eval(ReaderTestPages::headingAtTop(QStringLiteral("part-25"))).toBool());
-        QTRY_VERIFY(rows->item(2)->foreground().color().rgb() != accent.rgb());
-
-        OutlinePane empty(*m_pane->model);
-        empty.show();
-        empty.setOutline({});
-        QVERIFY(!empty.rows()->isVisible());
-        QCOMPARE(empty.emptyLabel()->text(), QStringLiteral("没有标题"));
-        QVERIFY(empty.emptyLabel()->isVisible());
-    }
-
-private:
-    TarnDocument *selected() const { return m_pane->model->selectedDocument(); }
-
-    std::unique_ptr<PaneHarness> m_pane;
 };
 
-// For developers: TARN_READER_FILE=doc.md [TARN_READER_SHOT=shot.png] tst_reader_view
-// developerDocument opens any document in the real pane and reports how it went.
-int runReaderPaneTests(int argc, char *argv[])
-{
-    ReaderPaneTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+TARN_WEB_TEST(ReaderPaneTest);
 #include "ReaderPaneTest.moc"
