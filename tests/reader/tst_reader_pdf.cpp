@@ -109,6 +109,17 @@ private slots:
         QCOMPARE(newLogLines().size(), 0);
     }
 
+    // A page is printed at the height it measures, exactly: no scroll bar or margin adds to it.
+    void pageOfTheMeasuredHeight()
+    {
+        const QString path = m_folder.filePath("tall.pdf");
+        QVERIFY(exportPdf("<!doctype html><body style=\"margin:0\"><div style=\"height:5000px\">x",
+                          QUrl::fromLocalFile(path))
+                    .ok);
+        const auto [size, printedWidth] = pageSize(path);
+        QVERIFY(printedWidth && std::abs(size.width() / size.height() - 900.0 / 5000) < 1e-3);
+    }
+
     void problemsAreLoggedAndPrintedAnyway_data()
     {
         QTest::addColumn<ProblemRow>("row");
