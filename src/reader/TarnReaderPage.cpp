@@ -9,9 +9,6 @@ bool TarnReaderPage::acceptNavigationRequest(const QUrl &url, NavigationType typ
 {
     // The loader hands the engine a small data: document (typed navigation); the real page
     // is written into that document afterwards and needs no navigation of its own.
-    if (isMainFrame && type == NavigationTypeTyped &&
-        url.scheme().compare(QLatin1String("data"), Qt::CaseInsensitive) == 0)
-        return true;
-    ++m_refusedNavigations;
-    return false;
+    return isMainFrame && type == NavigationTypeTyped &&
+           url.scheme().compare(QLatin1String("data"), Qt::CaseInsensitive) == 0;
 }

@@ -10,14 +10,8 @@ class TarnReaderPage : public QWebEnginePage
 public:
     explicit TarnReaderPage(QObject *parent = nullptr);
 
-    // How many navigations the page refused, for tests and diagnostics.
-    int refusedNavigationCount() const { return m_refusedNavigations; }
-
 protected:
     // Only the host's own page loads pass. Link clicks reach the host as "openLink" messages
     // and in-page "#" jumps never come here, so anything else would leave the reader page.
     bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override;
-
-private:
-    int m_refusedNavigations = 0;
 };
