@@ -36,6 +36,50 @@ std::pair<QSizeF, bool> pageSize(const QString &path)
     return {points, std::abs(points.width() - 900 * 0.75) < 0.5};
 }
 
+struct PdfWord
+{
+    QString text;
+    QRectF box; // in points, from the page's top left
+};
+struct PdfPage
+{
+    QSizeF size; // in points
+    QList<PdfWord> words;
+    QString text() const
+    {
+        QStringList all;
+        for (const PdfWord &word : words)
+            all << word.text;
+        return all.join(u' ');
+    }
+    // Whether every word lies on the page, none cut off at an edge.
+    bool holdsItsWords() const
+    {
+        return std::all_of(words.begin(), words.end(), [this](const PdfWord &word) {
+            return QRectF(QPointF(), size).adjusted(-0.5, -0.5, 0.5, 0.5).contains(word.box);
+        });
+    }
+};
+
+// Every page of the PDF at `path` with its words where pdftotext finds them.
+QList<PdfPage> pdfPages(const QString &path)
+{
+    static const QRegularExpression page(R"re(<page width="([\d.]+)" height="([\d.]+)">)re");
+    static const QRegularExpression word(R"re(<word xMin="(-?[\d.]+)" yMin="(-?[\d.]+)" )re"
+                                         R"re(xMax="(-?[\d.]+)" yMax="(-?[\d.]+)">(.*)</word>)re");
+    QList<PdfPage> pages;
+    for (const QString &line : run("pdftotext", {"-bbox", path, "-"}).split(u'\n')) {
+        if (const auto match = page.match(line); match.hasMatch())
+            pages.append({{match.captured(1).toDouble(), match.captured(2).toDouble()}, {}});
+        else if (const auto found = word.match(line); found.hasMatch() && !pages.isEmpty())
+            pages.last().words.append(
+                {found.captured(5),
+                 QRectF(QPointF(found.captured(1).toDouble(), found.captured(2).toDouble()),
+                        QPointF(found.captured(3).toDouble(), found.captured(4).toDouble()))});
+    }
+    return pages;
+}
+
 // script, event, error (empty: none logged)
 using ProblemRow = std::tuple<QString, QString, QString>;
 
@@ -118,6 +162,27 @@ private slots:
                     .ok);
         const auto [size, printedWidth] = pageSize(path);
         QVERIFY(printedWidth && std::abs(size.width() / size.height() - 900.0 / 5000) < 1e-3);
+    }
+
+    // Paper does not scroll sideways: long code lines wrap and long words break, so every
+    // character is on the page.
+    void longLinesStayOnThePage()
+    {
+        const QString code = "code_" + QString("abcdefghij").repeated(30) + "_end";
+        const QString word = "Word" + QString("verylong").repeated(30) + "End";
+        const QString cell = "Cell" + QString("tablecell").repeated(30) + "End";
+        const QString path = m_folder.filePath("wide.pdf");
+        QVERIFY(exportPdf(render(QStringLiteral("# Wide\n\n%1\n\n```\n%2\n```\n\n| a |\n"
+                                                "|---|\n| %3 |\n")
+                                     .arg(word, code, cell)),
+                          QUrl::fromLocalFile(path))
+                    .ok);
+        const QList<PdfPage> pages = pdfPages(path);
+        QCOMPARE(pages.size(), 1);
+        QVERIFY(pages.first().holdsItsWords());
+        const QString text = pages.first().text().remove(u' ');
+        for (const QString &whole : {code, word, cell})
+            QVERIFY2(text.contains(whole), qPrintable(text));
     }
 
     void problemsAreLoggedAndPrintedAnyway_data()
