@@ -31,7 +31,7 @@ QList<TarnPDFExporter *> &exporters()
     return list;
 }
 
-// Fits the exporter's copy of the page to paper (pdf-layout.js).
+// Fits the exporter's copy of the page to paper and splits it into pages (pdf-layout.js).
 QString pageLayoutCall(const QString &call)
 {
     return QLatin1Char('(') + QString::fromUtf8(TarnEmbedded::pdfLayoutUtf8()).trimmed() +
@@ -156,21 +156,39 @@ void TarnPDFExporter::measureAndExport()
                 log(QStringLiteral("export.pdf.height_measure_failed"), outcome.errorString);
             const double height = outcome.ok && isNumber(outcome.value) ? outcome.value.toDouble()
                                                                         : double(minimumPageHeight);
-            printPage(height);
+            if (height <= maximumPageHeight)
+                printPages(std::max(height, double(minimumPageHeight)), true);
+            else
+                paginateAndExport();
         });
 }
 
-void TarnPDFExporter::printPage(double measuredHeight)
+void TarnPDFExporter::paginateAndExport()
 {
-    const double height = measuredHeight > minimumPageHeight ? measuredHeight : minimumPageHeight;
-    QPageRanges firstPage;
-    firstPage.addPage(1);
+    evaluateScript(
+        m_webView->page(),
+        pageLayoutCall(QStringLiteral("paginate(%1)").arg(maximumPageHeight, 0, 'g', 17)), this,
+        [this](const ScriptOutcome &outcome) {
+            if (m_completed)
+                return;
+            // Without chosen breaks the engine still breaks, between lines.
+            const double height = outcome.ok && isNumber(outcome.value) ? outcome.value.toDouble()
+                                                                        : maximumPageHeight;
+            printPages(std::clamp(height, double(minimumPageHeight), maximumPageHeight), false);
+        });
+}
+
+void TarnPDFExporter::printPages(double height, bool onlyFirst)
+{
+    QPageRanges pages;
+    if (onlyFirst)
+        pages.addPage(1);
     m_webView->page()->printToPdf(
         [guard = QPointer(this)](const QByteArray &pdf) {
             if (guard)
                 guard->writePdf(pdf);
         },
-        pageLayout(pageWidth, height), firstPage);
+        pageLayout(pageWidth, height), pages);
 }
 
 void TarnPDFExporter::writePdf(const QByteArray &pdf)
