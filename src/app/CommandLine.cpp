@@ -1,6 +1,7 @@
 // Argument parsing and the window-less HTML, PDF and outline conversions.
 #include "CommandLine.h"
 
+#include "ExportedPage.h"
 #include "MarkdownRenderer.h"
 #include "TarnDocument.h"
 #include "TarnPDFExporter.h"
@@ -103,6 +104,12 @@ bool samePath(const QString &a, const QString &b)
         return true;
     const QString canonical = first.canonicalFilePath();
     return !canonical.isEmpty() && canonical == second.canonicalFilePath();
+}
+
+// Relative images and links resolve against the document's folder, as in the reader.
+QString documentFolder(const QString &input)
+{
+    return input == QLatin1String("-") ? QDir::currentPath() : QFileInfo(input).absolutePath();
 }
 
 QString outputName(const QString &input, const QString &extension)
@@ -372,7 +379,11 @@ int runTextConversion(const Options &options, FILE *out, FILE *err)
         const Job &job = jobs[i];
         const RenderedMarkdown page = MarkdownRenderer::render(
             text.text.toStdU16String(), options.theme, job.title.toStdU16String());
-        if (!writeOutput(job.output, toQString(page.html).toUtf8(), &error)) {
+        QString html = toQString(page.html);
+        if (job.output != QLatin1String("-"))
+            html = ExportedPage::relocated(html, documentFolder(input),
+                                           QFileInfo(job.output).absolutePath());
+        if (!writeOutput(job.output, html.toUtf8(), &error)) {
             print(err, QStringLiteral("tarn: %1: cannot write \"%2\": %3\n")
                            .arg(input, job.output, error));
             status = 1;
@@ -431,15 +442,11 @@ int runPdfExport(const Options &options, FILE *err)
         }
         const RenderedMarkdown page = MarkdownRenderer::render(
             text.text.toStdU16String(), options.theme, job.title.toStdU16String());
-        // Relative images resolve against the document's folder, as in the reader.
-        const QString folder = job.input == QLatin1String("-")
-                                   ? QDir::currentPath()
-                                   : QFileInfo(job.input).absolutePath();
         PdfExportResult result;
         bool finished = false;
         QEventLoop loop;
         TarnPDFExporter::exportPdf(
-            toQString(page.html), QUrl::fromLocalFile(folder + u'/'),
+            toQString(page.html), QUrl::fromLocalFile(documentFolder(job.input) + u'/'),
             QUrl::fromLocalFile(QFileInfo(job.output).absoluteFilePath()),
             [&](const PdfExportResult &outcome) {
                 result = outcome;

@@ -2,11 +2,13 @@
 #include "AppModel.h"
 
 #include "AtomicFileWriter.h"
+#include "ExportedPage.h"
 #include "MarkdownRenderer.h"
 #include "PdfExportService.h"
 #include "Platform.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QPointer>
 
 std::optional<QUrl> AppModel::runExportPanel(TarnDocument *document, const QString &title,
@@ -50,8 +52,11 @@ void AppModel::exportSelectedDocumentAsHTML()
                        QStringLiteral("HTML (*.html)"), QStringLiteral("export.html.cancelled"));
     if (!chosen)
         return;
-    const QString html = exportedPage(document);
     const QString output = chosen->toLocalFile();
+    // Written elsewhere, the page's relative images and links must still find their files.
+    const QString html =
+        ExportedPage::relocated(exportedPage(document), document->baseURL().toLocalFile(),
+                                QFileInfo(output).absolutePath());
     QMap<QString, QString> metadata{{QStringLiteral("file"), document->fileName()},
                                     {QStringLiteral("output"), output}};
     log(QStringLiteral("export.html.start"), metadata);

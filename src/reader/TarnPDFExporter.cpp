@@ -17,6 +17,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
+
+namespace TarnEmbedded {
+std::string_view pdfLayoutUtf8();
+}
 
 namespace {
 
@@ -26,27 +31,12 @@ QList<TarnPDFExporter *> &exporters()
     return list;
 }
 
-// The PDF shows the page as the reader does: the stylesheet's print rules (white body, narrower
-// column) are taken out of this page before it is measured and printed. The page text itself is
-// not changed; only the engine's parsed rules are.
-constexpr char screenRulesOnlyScript[] = R"JS((() => {
-  for (const sheet of Array.from(document.styleSheets)) {
-    let rules;
-    try {
-      rules = sheet.cssRules;
-    } catch (error) {
-      continue;
-    }
-    for (let i = rules.length - 1; i >= 0; i -= 1) {
-      const rule = rules[i];
-      if (rule instanceof CSSMediaRule &&
-          Array.from(rule.media).some((medium) => medium.trim().toLowerCase() === "print")) {
-        sheet.deleteRule(i);
-      }
-    }
-  }
-  return true;
-})())JS";
+// Fits the exporter's copy of the page to paper and splits it into pages (pdf-layout.js).
+QString pageLayoutCall(const QString &call)
+{
+    return QLatin1Char('(') + QString::fromUtf8(TarnEmbedded::pdfLayoutUtf8()).trimmed() +
+           QStringLiteral(").") + call;
+}
 
 QString outputPath(const QUrl &url)
 {
@@ -158,8 +148,7 @@ void TarnPDFExporter::measureAndExport()
     QString measure = QString::fromLatin1(ReaderScripts::heightMeasurement).trimmed();
     measure.chop(1); // the final ";": the two run as one expression
     evaluateScript(
-        m_webView->page(),
-        QString::fromLatin1(screenRulesOnlyScript) + QStringLiteral(",\n") + measure, this,
+        m_webView->page(), pageLayoutCall(QStringLiteral("prepare(),\n")) + measure, this,
         [this](const ScriptOutcome &outcome) {
             if (m_completed)
                 return;
@@ -167,21 +156,39 @@ void TarnPDFExporter::measureAndExport()
                 log(QStringLiteral("export.pdf.height_measure_failed"), outcome.errorString);
             const double height = outcome.ok && isNumber(outcome.value) ? outcome.value.toDouble()
                                                                         : double(minimumPageHeight);
-            printPage(height);
+            if (height <= maximumPageHeight)
+                printPages(std::max(height, double(minimumPageHeight)), true);
+            else
+                paginateAndExport();
         });
 }
 
-void TarnPDFExporter::printPage(double measuredHeight)
+void TarnPDFExporter::paginateAndExport()
 {
-    const double height = measuredHeight > minimumPageHeight ? measuredHeight : minimumPageHeight;
-    QPageRanges firstPage;
-    firstPage.addPage(1);
+    evaluateScript(
+        m_webView->page(),
+        pageLayoutCall(QStringLiteral("paginate(%1)").arg(maximumPageHeight, 0, 'g', 17)), this,
+        [this](const ScriptOutcome &outcome) {
+            if (m_completed)
+                return;
+            // Without chosen breaks the engine still breaks, between lines.
+            const double height = outcome.ok && isNumber(outcome.value) ? outcome.value.toDouble()
+                                                                        : maximumPageHeight;
+            printPages(std::clamp(height, double(minimumPageHeight), maximumPageHeight), false);
+        });
+}
+
+void TarnPDFExporter::printPages(double height, bool onlyFirst)
+{
+    QPageRanges pages;
+    if (onlyFirst)
+        pages.addPage(1);
     m_webView->page()->printToPdf(
         [guard = QPointer(this)](const QByteArray &pdf) {
             if (guard)
                 guard->writePdf(pdf);
         },
-        pageLayout(pageWidth, height), firstPage);
+        pageLayout(pageWidth, height), pages);
 }
 
 void TarnPDFExporter::writePdf(const QByteArray &pdf)

@@ -1,4 +1,5 @@
-// Prints a finished reader page into a PDF file of one single page that holds the whole page.
+// Prints a finished reader page into a PDF file: one page that holds the whole page, or, for a
+// page taller than PDF viewers accept, as few pages of at most that height as it takes.
 #pragma once
 
 #include "PdfExportService.h"
@@ -26,6 +27,8 @@ public:
 
     static constexpr int pageWidth = 900;          // CSS pixels
     static constexpr int minimumPageHeight = 1200; // CSS pixels
+    // The tallest page viewers and printers take is 14,400 pt (200 in); see pageLayout().
+    static constexpr double maximumPageHeight = (14400 - 1) / 0.75; // CSS pixels
     static constexpr int readinessAttempts = 80;
     static constexpr int readinessIntervalMs = 100;
 
@@ -50,7 +53,9 @@ private:
     void start();
     void waitForReadyAndExport(int attemptsRemaining);
     void measureAndExport();
-    void printPage(double measuredHeight);
+    void paginateAndExport();
+    // Prints pages of `height` CSS pixels: the first only, or as many as the page takes.
+    void printPages(double height, bool onlyFirst);
     void writePdf(const QByteArray &pdf);
     void finish(const PdfExportResult &result);
     void log(const QString &event, const std::optional<QString> &error = std::nullopt);

@@ -131,6 +131,26 @@ private slots:
         QVERIFY(!QFile::exists(m_dir->filePath("out2/n.html")));
     }
 
+    // Written into another folder, the page still finds its images and linked files; next to
+    // the document or on standard output it is the page as rendered.
+    void htmlElsewhereKeepsItsImages()
+    {
+        const QByteArray markdown = "![red](img/red.png) [next](next.md#top)\n";
+        write("main.md", markdown);
+        QVERIFY(QDir(m_dir->path()).mkdir("out"));
+        QCOMPARE(run({"--export", "html", "-o", "out/main.html", "main.md"}).exitCode, 0);
+        QCOMPARE(run({"--export", "html", "-o", "out/stdin.html", "-"}, markdown).exitCode, 0);
+        for (const char *name : {"out/main.html", "out/stdin.html"}) {
+            const QByteArray page = read(name);
+            QVERIFY2(page.contains("src=\"../img/red.png\"") &&
+                         page.contains("href=\"../next.md#top\""),
+                     name);
+        }
+        QCOMPARE(run({"--export", "html", "-o", "copy.html", "main.md"}).exitCode, 0);
+        QCOMPARE(read("copy.html"), pageFor(markdown, "main"));
+        QCOMPARE(run({"--export", "html", "-o", "-", "main.md"}).out, pageFor(markdown, "main"));
+    }
+
     void outputNeverReplacesAnInput()
     {
         write("notes.md", "# Notes\n");

@@ -5,13 +5,14 @@ int runTestDocumentsLibrary(int argc, char **argv);
 int runTestFilesTabs(int argc, char **argv);
 int runTestReaderLog(int argc, char **argv);
 int runTestDraftsDisk(int argc, char **argv);
+int runTestExportedPage(int argc, char **argv);
 
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     int failures = 0;
-    for (auto run :
-         {runTestDocumentsLibrary, runTestFilesTabs, runTestReaderLog, runTestDraftsDisk})
+    for (auto run : {runTestDocumentsLibrary, runTestFilesTabs, runTestReaderLog, runTestDraftsDisk,
+                     runTestExportedPage})
         failures += run(argc, argv);
     return failures == 0 ? 0 : 1;
 }

@@ -25,19 +25,70 @@ QString run(const QString &program, const QStringList &arguments)
     return process.waitForFinished(30000) ? QString::fromUtf8(process.readAllStandardOutput()) : "";
 }
 
-// The page size in points of the PDF at `path`, empty unless it has one page, and whether it is
-// the reader's 900 CSS pixels wide (the engine rounds sizes by a few hundredths of a point).
-std::pair<QSizeF, bool> pageSize(const QString &path)
+struct PdfWord
 {
-    const auto size =
-        QRegularExpression("Pages: +1\\n(.|\\n)*Page size: +([\\d.]+) x ([\\d.]+) pts")
-            .match(run("pdfinfo", {path}));
-    const QSizeF points(size.captured(2).toDouble(), size.captured(3).toDouble());
-    return {points, std::abs(points.width() - 900 * 0.75) < 0.5};
+    QString text;
+    QRectF box; // in points, from the page's top left
+};
+struct PdfPage
+{
+    QSizeF size; // in points
+    QList<PdfWord> words;
+    QString text() const
+    {
+        QStringList all;
+        for (const PdfWord &word : words)
+            all << word.text;
+        return all.join(u' ');
+    }
+    // Whether every word lies on the page, none cut off at an edge.
+    bool holdsItsWords() const
+    {
+        return std::all_of(words.begin(), words.end(), [this](const PdfWord &word) {
+            return QRectF(QPointF(), size).adjusted(-0.5, -0.5, 0.5, 0.5).contains(word.box);
+        });
+    }
+};
+
+// Every page of the PDF at `path` with its words where pdftotext finds them.
+QList<PdfPage> pdfPages(const QString &path)
+{
+    static const QRegularExpression page(R"re(<page width="([\d.]+)" height="([\d.]+)">)re");
+    static const QRegularExpression word(R"re(<word xMin="(-?[\d.]+)" yMin="(-?[\d.]+)" )re"
+                                         R"re(xMax="(-?[\d.]+)" yMax="(-?[\d.]+)">(.*)</word>)re");
+    QList<PdfPage> pages;
+    for (const QString &line : run("pdftotext", {"-bbox", path, "-"}).split(u'\n')) {
+        if (const auto match = page.match(line); match.hasMatch())
+            pages.append({{match.captured(1).toDouble(), match.captured(2).toDouble()}, {}});
+        else if (const auto found = word.match(line); found.hasMatch() && !pages.isEmpty())
+            pages.last().words.append(
+                {found.captured(5),
+                 QRectF(QPointF(found.captured(1).toDouble(), found.captured(2).toDouble()),
+                        QPointF(found.captured(3).toDouble(), found.captured(4).toDouble()))});
+    }
+    return pages;
 }
+
+// Whether `size` (points) is the reader's 900 CSS pixels wide, as the engine rounds it.
+bool isReaderWidth(QSizeF size)
+{
+    return std::abs(size.width() - 900 * 0.75) < 0.5;
+}
+
+// Whether `size` is a page of the reader's width, printed for `height` CSS pixels.
+bool isPageOf(QSizeF size, double height)
+{
+    return isReaderWidth(size) && std::abs(size.width() / size.height() -
+                                           900 * 0.75 / (std::ceil(height * 0.75) + 1)) < 1e-3;
+}
+
+// The tallest page that PDF viewers and printers take, in points.
+constexpr double tallestPage = 14400;
 
 // script, event, error (empty: none logged)
 using ProblemRow = std::tuple<QString, QString, QString>;
+// page text, pages expected, their height in CSS pixels
+using HeightRow = std::tuple<QString, int, double>;
 
 } // namespace
 
@@ -73,51 +124,121 @@ class ReaderPdfTest : public QObject
     }
 
 private slots:
-    // The whole document in one tall page as the reader shows it: images in place before it is
-    // measured (else the end is cut off), diagrams drawn, the theme's background, the last line.
-    void wholeDocumentInOnePage()
+    // A document taller than the tallest PDF page is split between its blocks into as few pages
+    // as it takes, and shows as the reader does: images in place before it is measured (else
+    // the end is cut off), diagrams drawn, the theme's background, the last line.
+    void longDocumentInPagesBetweenBlocks()
     {
         QImage tall(300, 2400, QImage::Format_RGB32);
         tall.fill(Qt::darkGreen);
         QVERIFY(tall.save(m_folder.filePath("tall.png")));
         QString markdown = "# Long\n\nFirst line.\n\n![tall](tall.png)\n\n![tall](tall.png)\n\n"
                            "```mermaid\ngraph TD\n  Alpha --> Omega\n```\n\n";
-        // Long paragraphs take more lines in the narrower printed column.
         for (int i = 0; i < 300; ++i)
             markdown +=
                 QStringLiteral("Paragraph %1 ").arg(i) +
                 QStringLiteral("with enough words to wrap over several lines. ").repeated(12) +
-                "\n\n";
-        markdown += "The very last line.";
+                QStringLiteral("end %1.\n\n").arg(i);
+        // A table taller than a page, broken between its rows.
+        markdown += "| Row | Cell |\n|---|---|\n";
+        for (int i = 0; i < 500; ++i)
+            markdown += QStringLiteral("| row %1 | cell %1 |\n").arg(i);
+        markdown += "\nThe very last line.";
         const QString path = m_folder.filePath("long.pdf");
         const PdfExportResult result =
             exportPdf(render(markdown, TarnTheme::dark), QUrl::fromLocalFile(path));
         QVERIFY2(result.ok, qPrintable(result.errorString));
 
-        const auto [size, printedWidth] = pageSize(path);
-        QVERIFY(printedWidth && size.height() > 10000);
+        const QList<PdfPage> pages = pdfPages(path);
+        QVERIFY(pages.size() > 3);
+        QHash<QString, QList<qsizetype>> blockPages; // "p7", "r7" → the pages their text is on
+        static const QRegularExpression marker("\\b(Paragraph|end|row|cell) (\\d+)\\b");
+        for (qsizetype i = 0; i < pages.size(); ++i) {
+            const PdfPage &page = pages[i];
+            QVERIFY(isReaderWidth(page.size) && page.size.height() <= tallestPage);
+            QVERIFY2(page.holdsItsWords(), qPrintable(QString::number(i)));
+            // Each page but the last is full: the next block would not have fit on it.
+            double bottom = 0;
+            for (const PdfWord &word : page.words)
+                bottom = std::max(bottom, word.box.bottom());
+            QVERIFY2(i == pages.size() - 1 || bottom > tallestPage - 600,
+                     qPrintable(QString::number(bottom)));
+            const QString text = page.text();
+            for (const auto &match : marker.globalMatch(text))
+                blockPages[(match.captured(1) == "row" || match.captured(1) == "cell" ? "r" : "p") +
+                           match.captured(2)]
+                    .append(i);
+            QCOMPARE(text.contains("Alpha"), text.contains("Omega"));
+        }
+        QCOMPARE(blockPages.size(), 800);
+        for (auto block = blockPages.cbegin(); block != blockPages.cend(); ++block)
+            QVERIFY2(block->size() == 2 && block->first() == block->last(),
+                     qPrintable(block.key()));
+        QVERIFY(pages.first().text().startsWith("Long First line. Alpha"));
+        QVERIFY(pages.last().text().endsWith("The very last line."));
         const QString text = run("pdftotext", {path, "-"});
-        for (const char *line : {"First line.", "Omega", "Paragraph 299", "The very last line."})
-            QVERIFY2(text.contains(line), line);
         QVERIFY2(!text.contains("-->"), qPrintable(text));
-        QVERIFY(run("pdfimages", {"-list", path}).count(" image ") >= 2);
+        // Each image is drawn once, on one page.
+        static const QRegularExpression image("^ +\\d+ +\\d+ image ",
+                                              QRegularExpression::MultilineOption);
+        QCOMPARE(run("pdfimages", {"-list", path}).count(image), 2);
         run("pdftoppm", {"-r", "24", "-png", "-singlefile", path, m_folder.filePath("long")});
-        const QImage image(m_folder.filePath("long.png"));
-        for (const QPoint at : {QPoint(2, 2), QPoint(image.width() / 2, image.height() - 3)})
-            QCOMPARE(image.pixelColor(at).name(), QStringLiteral("#191b1c"));
+        const QImage firstPage(m_folder.filePath("long.png"));
+        for (const QPoint at :
+             {QPoint(2, 2), QPoint(firstPage.width() / 2, firstPage.height() - 3)})
+            QCOMPARE(firstPage.pixelColor(at).name(), QStringLiteral("#191b1c"));
         // Nothing was wrong, so nothing is logged.
         QCOMPARE(newLogLines().size(), 0);
     }
 
     // A page is printed at the height it measures, exactly: no scroll bar or margin adds to it.
-    void pageOfTheMeasuredHeight()
+    // Past the tallest PDF page it is split into the fewest pages that hold whole blocks.
+    void pageHeights_data()
     {
+        QTest::addColumn<HeightRow>("row");
+        const QString blocks("<main class=\"tarn-document\" style=\"padding:0\">%1</main>");
+        const QString block("<div style=\"height:1000px\">x</div>");
+        // clang-format off
+        QTest::newRow("one tall page") << HeightRow{"<div style=\"height:5000px\">x", 1, 5000};
+        QTest::newRow("up to the tallest page") << HeightRow{blocks.arg(block.repeated(19)), 1, 19000};
+        QTest::newRow("fewest pages of whole blocks") << HeightRow{blocks.arg(block.repeated(40)), 3, 19000};
+        QTest::newRow("a block taller than a page") << HeightRow{blocks.arg("<div style=\"height:25000px\">x</div>"), 2, (tallestPage - 1) / 0.75};
+        // clang-format on
+    }
+    void pageHeights()
+    {
+        QFETCH(HeightRow, row);
+        const auto &[page, count, height] = row;
         const QString path = m_folder.filePath("tall.pdf");
-        QVERIFY(exportPdf("<!doctype html><body style=\"margin:0\"><div style=\"height:5000px\">x",
+        QVERIFY(
+            exportPdf("<!doctype html><body style=\"margin:0\">" + page, QUrl::fromLocalFile(path))
+                .ok);
+        const QList<PdfPage> pages = pdfPages(path);
+        QCOMPARE(pages.size(), count);
+        for (const PdfPage &printed : pages)
+            QVERIFY2(isPageOf(printed.size, height) && printed.size.height() <= tallestPage,
+                     qPrintable(QString::number(printed.size.height())));
+    }
+
+    // Paper does not scroll sideways: long code lines wrap and long words break, so every
+    // character is on the page.
+    void longLinesStayOnThePage()
+    {
+        const QString code = "code_" + QString("abcdefghij").repeated(30) + "_end";
+        const QString word = "Word" + QString("verylong").repeated(30) + "End";
+        const QString cell = "Cell" + QString("tablecell").repeated(30) + "End";
+        const QString path = m_folder.filePath("wide.pdf");
+        QVERIFY(exportPdf(render(QStringLiteral("# Wide\n\n%1\n\n```\n%2\n```\n\n| a |\n"
+                                                "|---|\n| %3 |\n")
+                                     .arg(word, code, cell)),
                           QUrl::fromLocalFile(path))
                     .ok);
-        const auto [size, printedWidth] = pageSize(path);
-        QVERIFY(printedWidth && std::abs(size.width() / size.height() - 900.0 / 5000) < 1e-3);
+        const QList<PdfPage> pages = pdfPages(path);
+        QCOMPARE(pages.size(), 1);
+        QVERIFY(pages.first().holdsItsWords());
+        const QString text = pages.first().text().remove(u' ');
+        for (const QString &whole : {code, word, cell})
+            QVERIFY2(text.contains(whole), qPrintable(text));
     }
 
     void problemsAreLoggedAndPrintedAnyway_data()
@@ -140,8 +261,8 @@ private slots:
                     .ok);
         QVERIFY(run("pdftotext", {path, "-"}).contains("Printed anyway"));
         // A short page, or one that could not be measured, is padded to the least height.
-        const auto [size, printedWidth] = pageSize(path);
-        QVERIFY(printedWidth && std::abs(size.width() / size.height() - 900.0 / 1200) < 1e-3);
+        const QList<PdfPage> pages = pdfPages(path);
+        QVERIFY(pages.size() == 1 && isPageOf(pages.first().size, 1200));
 
         const QList<LogLine> lines = newLogLines();
         QCOMPARE(lines.size(), 1);
