@@ -102,7 +102,10 @@ void SingleInstance::readConnection()
             }
             socket->write("ok\n");
             socket->flush();
-            emit activationRequested(files);
+            // Not from inside this handler: opening the files may ask a modal question, whose
+            // event loop sees the other launch hang up and deletes this socket under us.
+            QMetaObject::invokeMethod(
+                this, [this, files] { emit activationRequested(files); }, Qt::QueuedConnection);
         });
     }
 }

@@ -152,6 +152,7 @@ private slots:
         const QString aText = "# Alpha\n\n" + filler + "## Needle\n\nThe word zebra is here.\n";
         const QString a = tarn.file("a.md", aText);
         tarn.file("b.md", "# Beta\n\nSecond file.\n");
+        tarn.file("c.md", "# Gamma\n");
         tarn.file("pic.png", "png");
         // A crashed instance left its socket behind, which nobody listens on.
         static const QRegularExpression unsafe("[^A-Za-z0-9]");
@@ -206,8 +207,24 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(readAll(a), saved, kTimeout);
         QTRY_COMPARE(xdotool({"getwindowname", window}), "a — Tarn");
 
-        // Back to reading; the search field takes Ctrl+F, Return goes to the first hit far down.
-        input(window, "ctrl+e ctrl+f", "zebra");
+        // A launch while an edit is unsaved: the save question is answered (保存, the default)
+        // and the handed-over file opens in a tab of its own.
+        input(window, "ctrl+End", " Saved by a hand-over.");
+        QTRY_COMPARE_WITH_TIMEOUT(xdotool({"getwindowname", window}), "a* — Tarn", kTimeout);
+        QProcess *handOverWhileEditing = tarn.start({"c.md"});
+        QString question;
+        QTRY_VERIFY_WITH_TIMEOUT(!(question = otherWindow(process, window)).isEmpty(), kTimeout);
+        input(question, "Return");
+        QTRY_COMPARE_WITH_TIMEOUT(handOverWhileEditing->state(), QProcess::NotRunning, kTimeout);
+        QCOMPARE(handOverWhileEditing->exitCode(), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(xdotool({"getwindowname", window}), "c — Tarn", kTimeout);
+        const QByteArray savedTwice = saved + " Saved by a hand-over.";
+        QCOMPARE(readAll(a), savedTwice);
+        click(30, menuBar + 17);
+        QTRY_COMPARE_WITH_TIMEOUT(xdotool({"getwindowname", window}), "a — Tarn", kTimeout);
+
+        // Reading again; the search field takes Ctrl+F, Return goes to the first hit far down.
+        input(window, "ctrl+f", "zebra");
         input(window, "Return");
         const auto position = [&] {
             const QSettings ini(tarn.path("config/tarn/tarn.ini"), QSettings::IniFormat);
@@ -243,7 +260,8 @@ private slots:
         events.removeIf([](const QString &event) { return event.contains(u'_'); });
         QCOMPARE(events,
                  (QStringList{"app.launch", "file.open.success", "file.open.existing",
-                              "file.open.success", "file.save.success", "export.pdf.start",
+                              "file.open.success", "file.save.success", "file.save.success",
+                              "file.open.success", "export.pdf.start",
                               "export.pdf.success", "export.html.start", "export.html.success"}));
 
         // Unsaved edits through a crash and a termination.
@@ -274,9 +292,9 @@ private slots:
         next->terminate();
         QVERIFY(next->waitForFinished(kTimeout));
         QVERIFY(next->exitStatus() == QProcess::NormalExit && next->exitCode() == 0);
-        QVERIFY2(drafts().contains("keyboard.Typed before the crash. And after."),
+        QVERIFY2(drafts().contains("hand-over.Typed before the crash. And after."),
                  drafts().constData());
-        QCOMPARE(readAll(a), saved);
+        QCOMPARE(readAll(a), savedTwice);
     }
 };
 
