@@ -258,11 +258,10 @@ private slots:
         // The page exporter's own diagnostics aside, which a busy machine may add.
         QStringList events = tarn.events();
         events.removeIf([](const QString &event) { return event.contains(u'_'); });
-        QCOMPARE(events,
-                 (QStringList{"app.launch", "file.open.success", "file.open.existing",
-                              "file.open.success", "file.save.success", "file.save.success",
-                              "file.open.success", "export.pdf.start",
-                              "export.pdf.success", "export.html.start", "export.html.success"}));
+        QCOMPARE(events, (QStringList{"app.launch", "file.open.success", "file.open.existing",
+                                      "file.open.success", "file.save.success", "file.save.success",
+                                      "file.open.success", "export.pdf.start", "export.pdf.success",
+                                      "export.html.start", "export.html.success"}));
 
         // Unsaved edits through a crash and a termination.
         const auto drafts = [&] {
