@@ -1,7 +1,11 @@
 // Deterministic Markdown documents for the renderer benchmarks.
 #include "DocumentGenerator.h"
 
+#include <algorithm>
 #include <array>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <random>
 
 namespace BenchDocuments {
@@ -110,6 +114,41 @@ std::string barLines(std::size_t bytes)
     while (out.size() < bytes)
         out += "|\n";
     return out;
+}
+
+std::string realMarkdown(std::size_t bytes, const std::vector<std::string> &folders)
+{
+    namespace fs = std::filesystem;
+    std::vector<fs::path> files;
+    for (const std::string &folder : folders) {
+        std::error_code error;
+        const auto options = fs::directory_options::skip_permission_denied;
+        for (fs::recursive_directory_iterator it(folder, options, error), end; !error && it != end;
+             it.increment(error)) {
+            if (it->path().extension() == ".md" && it->is_regular_file(error))
+                files.push_back(it->path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    std::string all;
+    for (const fs::path &file : files) {
+        std::ifstream in(file, std::ios::binary);
+        all.append(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        all += "\n\n";
+    }
+    if (all.empty())
+        return all;
+    std::string out;
+    out.reserve(bytes + all.size());
+    while (out.size() < bytes)
+        out += all;
+    out.resize(out.rfind('\n', bytes) + 1); // whole lines only
+    return out;
+}
+
+std::vector<std::string> realMarkdownFolders()
+{
+    return {TARN_SOURCE_DIR "/node_modules", "/usr/share/doc"};
 }
 
 } // namespace BenchDocuments

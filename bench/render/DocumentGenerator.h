@@ -3,12 +3,22 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace BenchDocuments {
 
 // A realistic mix: headings, English and Chinese prose with emphasis, code spans and links,
 // lists, task lists, quotes, tables and fenced code; about `bytes` long.
 std::string realistic(std::size_t bytes);
+
+// Markdown people wrote: every `.md` file under the given folders (searched recursively, read
+// in path order), joined by blank lines and repeated until about `bytes` long. Empty when
+// none is found.
+std::string realMarkdown(std::size_t bytes, const std::vector<std::string> &folders);
+
+// The folders realMarkdown() searches by default: the project's npm packages and the system's
+// package documentation.
+std::vector<std::string> realMarkdownFolders();
 
 // Inputs that would go quadratic in a careless implementation.
 std::string mixedDelimiterLine(std::size_t bytes);
