@@ -196,14 +196,24 @@ namespace MarkdownRenderer {
 
 using namespace TarnRender;
 
-Fragment renderFragment(std::u16string_view markdown)
+namespace {
+
+// Parses `markdown` and appends its blocks' HTML to `out`; the parser keeps the outline.
+void appendBlocks(u16 &out, std::u16string_view markdown, Parser &parser)
 {
     const bool hasCarriageReturn = markdown.find(u'\r') != u16v::npos;
     const u16 normalized = hasCarriageReturn ? normalizeLineEnds(markdown) : u16();
-    Parser parser;
     parser.lines = splitLines(hasCarriageReturn ? u16v(normalized) : markdown);
+    parser.parse(out);
+}
+
+} // namespace
+
+Fragment renderFragment(std::u16string_view markdown)
+{
+    Parser parser;
     Fragment fragment;
-    fragment.html = parser.parse();
+    appendBlocks(fragment.html, markdown, parser);
     fragment.toc = std::move(parser.toc);
     fragment.hasMermaid = parser.hasMermaid;
     return fragment;
@@ -211,13 +221,10 @@ Fragment renderFragment(std::u16string_view markdown)
 
 RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16string_view title)
 {
-    Fragment fragment = renderFragment(markdown);
-    static const u16 noLibrary;
-    const u16 &diagramLibrary = fragment.hasMermaid ? inlineMermaidScript() : noLibrary;
-    const u16v script = readerScript();
-
+    // The blocks are written straight into the page, which is sized for typical Markdown up
+    // front: a 10 MB document otherwise copies and regrows tens of megabytes.
     u16 page;
-    page.reserve(fragment.html.size() + diagramLibrary.size() + script.size() + 8192);
+    page.reserve(markdown.size() * 2 + 65536);
     page.append(u"<!doctype html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n"
                 u"<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                 u"<title>");
@@ -225,13 +232,15 @@ RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16s
     page.append(u"</title>\n<style>\n");
     appendStylesheet(page, theme);
     page.append(u"\n</style>\n</head>\n<body>\n<main class=\"tarn-document\">\n");
-    page.append(fragment.html);
+    Parser parser;
+    appendBlocks(page, markdown, parser);
     page.append(u"\n</main>\n");
-    page.append(diagramLibrary);
+    if (parser.hasMermaid)
+        page.append(inlineMermaidScript());
     page.append(u"\n<script>\n");
-    page.append(script);
+    page.append(readerScript());
     page.append(u"\n</script>\n</body>\n</html>");
-    return {std::move(page), std::move(fragment.toc)};
+    return {std::move(page), std::move(parser.toc)};
 }
 
 RenderedMarkdown render(std::string_view markdownUtf8, TarnTheme theme, std::u16string_view title)

@@ -120,9 +120,8 @@ std::optional<ListItemInfo> listInfo(u16v line)
     return std::nullopt;
 }
 
-u16 Parser::parse()
+void Parser::parse(u16 &out)
 {
-    u16 out;
     bool any = false;
     auto append = [&](const u16 &block) {
         if (any)
@@ -156,7 +155,8 @@ u16 Parser::parse()
             append(parseParagraph());
         }
     }
-    return any ? out : u16(kEmptyState);
+    if (!any)
+        out.append(kEmptyState);
 }
 
 u16 Parser::parseParagraph()

@@ -93,7 +93,8 @@ struct Parser
     bool hasMermaid = false;
     long long mermaidCounter = 0;
 
-    u16 parse();
+    // Appends the blocks' HTML to `out`, or the empty state when there is none.
+    void parse(u16 &out);
 
     // Block parsers: each consumes at least the line at `index`.
     u16 parseParagraph();
