@@ -233,8 +233,8 @@ std::vector<Match> findSingle(u16v s, char16_t c)
 
 std::optional<std::vector<u16>> firstMatch(u16v text, u16v pattern)
 {
-    thread_local std::map<u16, std::unique_ptr<icu::RegexMatcher>> matchers;
-    auto found = matchers.find(u16(pattern));
+    thread_local std::map<u16, std::unique_ptr<icu::RegexMatcher>, std::less<>> matchers;
+    auto found = matchers.find(pattern);
     if (found == matchers.end()) {
         UErrorCode status = U_ZERO_ERROR;
         auto matcher = std::make_unique<icu::RegexMatcher>(

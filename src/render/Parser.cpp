@@ -92,6 +92,65 @@ std::optional<long long> parseDecimal(u16v digits)
     return value;
 }
 
+// True when the list patterns' "." and "$" meet no line terminator in `t` and their "\s" means
+// exactly tab and the space separators: then they can be matched by hand, with the same result.
+bool isPlainLine(u16v t)
+{
+    for (char16_t c : t) {
+        if ((c < 0x20 && c != u'\t') || c == 0x85 || c == 0x2028 || c == 0x2029)
+            return false;
+    }
+    return true;
+}
+
+std::size_t skipWhitespace(u16v t, std::size_t i)
+{
+    while (i < t.size() && isWhitespace(t[i])) // every space separator is in the BMP
+        ++i;
+    return i;
+}
+
+// The list patterns matched by hand on a plain, trimmed line that may start an item (most
+// lines of real documents); sets `decided` to false where only the expressions can tell.
+std::optional<ListItemInfo> plainListInfo(u16v t, bool &decided)
+{
+    decided = true;
+    ListItemInfo item;
+    if (t[0] == u'-' || t[0] == u'*' || t[0] == u'+') {
+        const std::size_t text = skipWhitespace(t, 1);
+        if (text == 1 || text == t.size())
+            return std::nullopt;
+        if (text + 3 < t.size() && t[text] == u'[' &&
+            (t[text + 1] == u' ' || t[text + 1] == u'x' || t[text + 1] == u'X') &&
+            t[text + 2] == u']') {
+            const std::size_t content = skipWhitespace(t, text + 3);
+            if (content > text + 3 && content < t.size()) {
+                item.content = u16(t.substr(content));
+                item.checked = t[text + 1] != u' ';
+                return item;
+            }
+        }
+        item.content = u16(t.substr(text));
+        return item;
+    }
+    std::size_t digits = 0;
+    while (digits < t.size() && t[digits] >= u'0' && t[digits] <= u'9')
+        ++digits;
+    if (digits == 0 || (digits < t.size() && t[digits] >= 0x80)) {
+        decided = false; // a digit of another script may follow
+        return std::nullopt;
+    }
+    if (digits == t.size() || t[digits] != u'.')
+        return std::nullopt;
+    const std::size_t content = skipWhitespace(t, digits + 1);
+    if (content == digits + 1 || content == t.size())
+        return std::nullopt;
+    item.ordered = true;
+    item.content = u16(t.substr(content));
+    item.start = parseDecimal(t.substr(0, digits));
+    return item;
+}
+
 } // namespace
 
 std::optional<ListItemInfo> listInfo(u16v line)
@@ -99,6 +158,12 @@ std::optional<ListItemInfo> listInfo(u16v line)
     const u16v t = trimmed(line);
     if (!mayStartListItem(t))
         return std::nullopt;
+    if (isPlainLine(t)) {
+        bool decided = false;
+        auto item = plainListInfo(t, decided);
+        if (decided)
+            return item;
+    }
     if (auto task = firstMatch(t, uR"(^[-*+]\s+\[( |x|X)\]\s+(.+)$)")) {
         ListItemInfo item;
         item.content = (*task)[2];

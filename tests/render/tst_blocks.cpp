@@ -68,6 +68,10 @@ void addBlockRows()
         << "<ul>\n" + QString(kTask) + "><span>plan</span></li>\n" + kTask + " checked><span>done</span></li>\n" + kTask + " checked><span>also</span></li>\n<li>plain</li>\n</ul>";
     QTest::newRow("boxes that are not tasks") << lines({"- [x]", "- [y] a"}) << "<ul>\n<li>[x]</li>\n<li>[y] a</li>\n</ul>";
     QTest::newRow("ordered task is not a task") << "12. [ ] a" << "<ol start=\"12\">\n<li>[ ] a</li>\n</ol>";
+    QTest::newRow("em space after the box, tab after the number") << lines({"- [x]\u2003box", "", "2.\tb"})
+        << "<ul>\n" + QString(kTask) + " checked><span>box</span></li>\n</ul>\n<ol start=\"2\">\n<li>b</li>\n</ol>";
+    QTest::newRow("line separator as the space, digits of two scripts") << lines({"-\u2028x", "", "1\u0663. a"})
+        << "<ul>\n<li>x</li>\n</ul>\n<ol>\n<li>a</li>\n</ol>";
     QTest::newRow("blank line splits lists") << lines({"- a", "", "- b"}) << "<ul>\n<li>a</li>\n</ul>\n<ul>\n<li>b</li>\n</ul>";
     QTest::newRow("no nesting") << lines({"- top", "    - nested"}) << "<ul>\n<li>top</li>\n<li>nested</li>\n</ul>";
     QTest::newRow("list ends at text") << lines({"- a", "b"}) << "<ul>\n<li>a</li>\n</ul>\n<p>b</p>";
