@@ -233,8 +233,10 @@ void PlainTextEditView::showVisibleHighlights()
 
 bool PlainTextEditView::eventFilter(QObject *watched, QEvent *event)
 {
-    if (m_edit && watched == m_edit->viewport() && event->type() == QEvent::Resize &&
-        !m_matches.isEmpty())
+    // The type first: the viewport's last events arrive while the editor is half destroyed,
+    // when even reading the guarded pointer is undefined.
+    if (event->type() == QEvent::Resize && !m_matches.isEmpty() && m_edit &&
+        watched == m_edit->viewport())
         showVisibleHighlights();
     return EditorTextView::eventFilter(watched, event);
 }
