@@ -250,7 +250,8 @@ private slots:
 
         input(window, "ctrl+q");
         QVERIFY(process->waitForFinished(kTimeout));
-        QVERIFY(process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0);
+        QVERIFY2(process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0,
+                 process->readAllStandardError().right(4000).constData());
         QVERIFY(readAll(tarn.path("exported a.pdf")).startsWith("%PDF-"));
         const QByteArray page = readAll(tarn.path("exported a.html"));
         QVERIFY(page.contains("<title>a</title>") && page.contains("Added from the keyboard."));
