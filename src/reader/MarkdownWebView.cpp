@@ -46,7 +46,9 @@ TarnWebView *MarkdownWebViewCoordinator::makeView(const MarkdownWebView &value,
     });
     connect(view->page(), &QWebEnginePage::renderProcessTerminated, this,
             [this, weakView](QWebEnginePage::RenderProcessTerminationStatus status) {
-                if (weakView && status != QWebEnginePage::NormalTerminationStatus)
+                // The status first: a view being destroyed ends its renderer normally, and its
+                // guarded pointer must not be read then.
+                if (status != QWebEnginePage::NormalTerminationStatus && weakView)
                     later(this, [this, weakView] {
                         if (weakView)
                             reloadAfterCrash(weakView);
