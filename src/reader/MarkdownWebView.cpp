@@ -24,6 +24,23 @@ template<typename Function> void later(QObject *context, Function function)
     QTimer::singleShot(0, context, std::move(function));
 }
 
+// A view that is gone, or being destroyed, reads as null. A page being destroyed answers its
+// pending scripts from inside the view's destructor, when the view is no TarnWebView any more
+// and a QPointer<TarnWebView> could not even be read.
+class ViewGuard
+{
+public:
+    explicit ViewGuard(TarnWebView *view)
+        : m_object(view)
+    {}
+    TarnWebView *get() const { return qobject_cast<TarnWebView *>(m_object.data()); }
+    explicit operator bool() const { return get() != nullptr; }
+    TarnWebView *operator->() const { return get(); }
+
+private:
+    QPointer<QObject> m_object;
+};
+
 } // namespace
 
 MarkdownWebViewCoordinator::MarkdownWebViewCoordinator(QObject *parent)
@@ -37,21 +54,19 @@ TarnWebView *MarkdownWebViewCoordinator::makeView(const MarkdownWebView &value,
 {
     m_parent = value;
     auto *view = new TarnWebView(parentWidget);
-    QPointer<TarnWebView> weakView(view);
+    const ViewGuard weakView(view);
     connect(&view->messageChannel(), &TarnMessageChannel::messageReceived, this,
             &MarkdownWebViewCoordinator::receive);
     connect(&view->loader(), &ReaderPageLoader::pageLoaded, this, [this, weakView] {
         if (weakView)
-            didFinish(weakView);
+            didFinish(weakView.get());
     });
     connect(view->page(), &QWebEnginePage::renderProcessTerminated, this,
             [this, weakView](QWebEnginePage::RenderProcessTerminationStatus status) {
-                // The status first: a view being destroyed ends its renderer normally, and its
-                // guarded pointer must not be read then.
-                if (status != QWebEnginePage::NormalTerminationStatus && weakView)
+                if (weakView && status != QWebEnginePage::NormalTerminationStatus)
                     later(this, [this, weakView] {
                         if (weakView)
-                            reloadAfterCrash(weakView);
+                            reloadAfterCrash(weakView.get());
                     });
             });
     view->setPendingInitialScrollY(value.initialScrollY);
@@ -111,11 +126,11 @@ void MarkdownWebViewCoordinator::dismantleView(TarnWebView *view)
 
 void MarkdownWebViewCoordinator::didFinish(TarnWebView *view)
 {
-    QPointer<TarnWebView> weakView(view);
+    const ViewGuard weakView(view);
     waitForTarnReady(view, readinessAttempts, [this, weakView] {
         if (!weakView)
             return;
-        TarnWebView *loaded = weakView;
+        TarnWebView *loaded = weakView.get();
         const QString query = m_parent.searchQuery;
         loaded->setLastSearchQuery(query);
         const bool searching = isSearchable(query);
@@ -140,7 +155,7 @@ void MarkdownWebViewCoordinator::waitForTarnReady(TarnWebView *view, int attempt
 void MarkdownWebViewCoordinator::waitForTarnReady(TarnWebView *view, int attemptsRemaining,
                                                   int loadNumber, std::function<void()> completion)
 {
-    QPointer<TarnWebView> weakView(view);
+    const ViewGuard weakView(view);
     // A newer load has its own wait; this one would only act on the wrong page.
     auto current = [weakView, loadNumber] {
         return weakView && weakView->loadCount() == loadNumber;
@@ -163,8 +178,8 @@ void MarkdownWebViewCoordinator::waitForTarnReady(TarnWebView *view, int attempt
                            readinessIntervalMs, this,
                            [this, weakView, current, attemptsRemaining, loadNumber, completion] {
                                if (current())
-                                   waitForTarnReady(weakView, attemptsRemaining - 1, loadNumber,
-                                                    completion);
+                                   waitForTarnReady(weakView.get(), attemptsRemaining - 1,
+                                                    loadNumber, completion);
                            });
                    });
 }
