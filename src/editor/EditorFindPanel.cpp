@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
@@ -15,6 +16,8 @@
 #include <QPushButton>
 #include <QToolButton>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -209,4 +212,44 @@ void EditorFindPanel::paintEvent(QPaintEvent *)
     painter.fillPath(outline, EditorPalette::panelBackground(m_theme));
     painter.setPen(QPen(EditorPalette::panelBorder(m_theme), 1));
     painter.drawPath(outline);
+}
+
+void EditorFindPanel::focusNeighbour(QWidget *from, bool next)
+{
+    // Row by row, as the controls are laid out.
+    const QList<QWidget *> order{m_replaceToggle, m_findField,    m_previous, m_next,
+                                 m_close,         m_replaceField, m_replace,  m_replaceAll};
+    auto takesTab = [](const QWidget *widget) {
+        return widget->isVisibleTo(widget->window()) && widget->isEnabled() &&
+               (widget->focusPolicy() & Qt::TabFocus);
+    };
+    const qsizetype count = order.size();
+    const qsizetype start = std::max<qsizetype>(0, order.indexOf(from));
+    for (qsizetype step = 1; step <= count; ++step) {
+        QWidget *candidate = order[(start + (next ? step : count - step)) % count];
+        if (takesTab(candidate)) {
+            candidate->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+            return;
+        }
+    }
+}
+
+bool EditorFindPanel::focusNextPrevChild(bool next)
+{
+    QWidget *from = QApplication::focusWidget();
+    while (from && from->parentWidget() != this && from->parentWidget() != m_replaceRow)
+        from = from->parentWidget();
+    focusNeighbour(from, next);
+    return true;
+}
+
+void EditorFindPanel::keyPressEvent(QKeyEvent *event)
+{
+    // Escape on any control of the bar closes it, as it does in the find field.
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) {
+        emit closeRequested();
+        event->accept();
+        return;
+    }
+    QFrame::keyPressEvent(event);
 }

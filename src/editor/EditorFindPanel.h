@@ -34,12 +34,18 @@ public:
     QPushButton *replaceButton() const { return m_replace; }
     QPushButton *replaceAllButton() const { return m_replaceAll; }
 
+    // Gives the focus to the bar's control after (or before) `from` in its own order, going
+    // round: the bar keeps Tab to itself, so no Tab typed here lands in the text.
+    void focusNeighbour(QWidget *from, bool next);
+
 signals:
     void closeRequested();
     void showReplaceControlsChanged(bool show);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    bool focusNextPrevChild(bool next) override;
 
 private:
     void updateFromActions();

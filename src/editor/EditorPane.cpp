@@ -17,6 +17,7 @@
 #include <QEvent>
 #include <QFrame>
 #include <QGraphicsOpacityEffect>
+#include <QKeyEvent>
 #include <QParallelAnimationGroup>
 #include <QPropertyAnimation>
 #include <QScopedValueRollback>
@@ -104,6 +105,7 @@ EditorPane::EditorPane(QWidget *parent)
             &EditorPane::openFindPanel);
     m_textArea->installEventFilter(this);
     m_findPanel->installEventFilter(this);
+    m_textView->installEventFilter(this);
     m_textView->verticalScrollBar()->installEventFilter(this);
 
     setTheme(m_theme);
@@ -282,9 +284,28 @@ void EditorPane::animateFindPanel(bool opening)
     m_panelAnimation->start();
 }
 
+bool EditorPane::tabsBackToFindPanel(const QKeyEvent *event) const
+{
+    if (!m_showFindPanel || (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier)) ||
+        (event->key() != Qt::Key_Tab && event->key() != Qt::Key_Backtab))
+        return false;
+    // Return in the find field selects the match in the text and gives the text the keys; a Tab
+    // pressed then is meant for the find bar, and would otherwise type over the match.
+    const EditorRange selected = m_adapter->selection();
+    return selected.length > 0 && m_adapter->highlightedCurrent() == selected;
+}
+
 bool EditorPane::eventFilter(QObject *watched, QEvent *event)
 {
     const QEvent::Type type = event->type();
+    if (watched == m_textView && type == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (tabsBackToFindPanel(key)) {
+            const bool next = key->key() == Qt::Key_Tab && !(key->modifiers() & Qt::ShiftModifier);
+            m_findPanel->focusNeighbour(m_findPanel->findField(), next);
+            return true;
+        }
+    }
     if ((watched == m_textArea && type == QEvent::Resize) ||
         (watched == m_findPanel && type == QEvent::Resize) ||
         (watched == m_textView->verticalScrollBar() &&

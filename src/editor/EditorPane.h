@@ -14,6 +14,7 @@ class EditorToolbar;
 class MarkdownEditorActions;
 class PlainTextEditView;
 class QFrame;
+class QKeyEvent;
 class QParallelAnimationGroup;
 class TarnEditorTextView;
 
@@ -63,6 +64,7 @@ private:
     void placeFindPanel();
     void animateFindPanel(bool opening);
     QPoint findPanelPosition() const;
+    bool tabsBackToFindPanel(const QKeyEvent *event) const;
 
     QPointer<TarnDocument> m_document;
     MarkdownEditorActions *m_actions;

@@ -28,7 +28,9 @@ public:
     // Replaces the range by text as one undo step, like typing; the caret ends after the text.
     virtual void insertText(const QString &text, EditorRange replacing) = 0;
     // The same for a programmatic change; returns false when the view refuses to be edited.
-    virtual bool replaceUndoably(EditorRange range, const QString &text) = 0;
+    // The selection becomes `selectionAfter` (in the new text) and the view does not scroll.
+    virtual bool replaceUndoably(EditorRange range, const QString &text,
+                                 EditorRange selectionAfter) = 0;
     // Names the undo step just recorded, for the Undo menu item.
     virtual void setUndoActionName(const QString &name) = 0;
     // Replaces everything without recording an undo step.

@@ -176,8 +176,13 @@ void MarkdownEditorActions::replaceAll()
     }
 
     // Built front to back, which gives the same text as replacing from the last match to the
-    // first; ranges that no longer fit the text are skipped.
+    // first; ranges that no longer fit the text are skipped. The selection follows its text;
+    // an end inside a match moves to that end of its replacement, so nothing is left selected
+    // that was not there or replaced.
     const QString old = view->text();
+    const EditorRange selected = view->selection();
+    int selectionStart = selected.location;
+    int selectionEnd = selected.end();
     QString result;
     result.reserve(std::max<qsizetype>(
         0, old.size() + current.size() * (m_replaceText.size() - current.first().length)));
@@ -188,6 +193,16 @@ void MarkdownEditorActions::replaceAll()
         if (match.location < copied || match.end() > old.size())
             continue;
         result += QStringView(old).mid(copied, match.location - copied);
+        const int newLocation = int(result.size());
+        const int newEnd = newLocation + int(m_replaceText.size());
+        auto follow = [&](int original, int &position, int snapped) {
+            if (original >= match.end())
+                position = original + newEnd - match.end();
+            else if (original > match.location)
+                position = snapped;
+        };
+        follow(selected.location, selectionStart, newLocation);
+        follow(selected.end(), selectionEnd, newEnd);
         result += m_replaceText;
         copied = match.end();
         if (firstChanged < 0)
@@ -205,7 +220,8 @@ void MarkdownEditorActions::replaceAll()
     const int tail = int(old.size()) - lastChangedEnd;
     const EditorRange changed{firstChanged, lastChangedEnd - firstChanged};
     const QString replacement = result.mid(firstChanged, result.size() - tail - firstChanged);
-    if (view->replaceUndoably(changed, replacement)) {
+    const EditorRange selectionAfter{selectionStart, selectionEnd - selectionStart};
+    if (view->replaceUndoably(changed, replacement, selectionAfter)) {
         view->setUndoActionName(QStringLiteral("全部替换"));
     } else {
         view->setWholeText(result);

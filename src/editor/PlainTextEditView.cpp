@@ -118,12 +118,12 @@ void PlainTextEditView::insertText(const QString &text, EditorRange replacing)
     m_edit->ensureCursorVisible();
 }
 
-bool PlainTextEditView::replaceUndoably(EditorRange range, const QString &text)
+bool PlainTextEditView::replaceUndoably(EditorRange range, const QString &text,
+                                        EditorRange selectionAfter)
 {
     if (!m_edit || m_edit->isReadOnly())
         return false;
-    // A programmatic change: the selection and the scroll position stay where they were.
-    const EditorRange selected = selection();
+    // A programmatic change: the scroll position stays where it was.
     const int scrolled = m_edit->verticalScrollBar()->value();
     QTextCursor cursor(m_edit->document());
     cursor.setPosition(clampToText(range.location));
@@ -131,7 +131,7 @@ bool PlainTextEditView::replaceUndoably(EditorRange range, const QString &text)
     cursor.beginEditBlock();
     cursor.insertText(text);
     endCommandBlock(cursor);
-    setSelection(selected);
+    setSelection(selectionAfter);
     m_edit->verticalScrollBar()->setValue(scrolled);
     return true;
 }

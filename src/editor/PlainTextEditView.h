@@ -24,7 +24,8 @@ public:
     EditorRange selection() const override;
     void setSelection(EditorRange range) override;
     void insertText(const QString &text, EditorRange replacing) override;
-    bool replaceUndoably(EditorRange range, const QString &text) override;
+    bool replaceUndoably(EditorRange range, const QString &text,
+                         EditorRange selectionAfter) override;
     void setUndoActionName(const QString &name) override;
     void setWholeText(const QString &text) override;
     void scrollRangeToVisible(EditorRange range) override;

@@ -97,7 +97,7 @@ void AppTest::editCommandsReachTheEditor()
     f.openMenu("编辑");
     QCOMPARE(f.item(C::undo)->text(), QStringLiteral("撤销"));
     PlainTextEditView *view = f.view.editorPane()->textViewAdapter();
-    view->replaceUndoably({0, 1}, "X");
+    view->replaceUndoably({0, 1}, "X", {1, 0});
     view->setUndoActionName("全部替换");
     f.openMenu("编辑");
     QCOMPARE(f.item(C::undo)->text(), QStringLiteral("撤销全部替换"));

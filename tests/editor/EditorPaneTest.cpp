@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSet>
 #include <QSignalSpy>
 #include <QTextDocument>
 #include <QToolButton>
@@ -180,6 +181,70 @@ private slots:
         QCOMPARE(f.pane.findPanel()->statusLabel()->text(), QString());
         QVERIFY(f.pane.textView()->extraSelections().isEmpty());
         QCOMPARE(f.viewText(), "ab, ab, ab");
+    }
+
+    // Keys pressed while the find bar is in use stay in it: Tab and Shift+Tab go round its own
+    // fields and buttons, also right after Return has selected a match in the text, so nothing
+    // typed there lands in the document. Escape, wherever the focus is in the bar, closes it and
+    // hands the keys back to the text.
+    void findBarKeysStayInTheBar_data()
+    {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+        QTest::newRow("tab") << Qt::Key_Tab << Qt::KeyboardModifiers();
+        QTest::newRow("shift+tab") << Qt::Key_Backtab << Qt::KeyboardModifiers(Qt::ShiftModifier);
+    }
+
+    void findBarKeysStayInTheBar()
+    {
+        QFETCH(Qt::Key, key);
+        QFETCH(Qt::KeyboardModifiers, modifiers);
+        const QString text = "alpha beta pear beta";
+        PaneFixture f(text);
+        EditorFindPanel *panel = f.pane.findPanel();
+        auto focused = [] { return QApplication::focusWidget(); };
+        QTest::keyClick(f.pane.textView(), Qt::Key_F, Qt::ControlModifier);
+        QTRY_VERIFY(panel->findField()->hasFocus());
+        QTest::keyClicks(focused(), "beta");
+        QTest::keyClick(focused(), Qt::Key_Return);
+        QCOMPARE(f.pane.textViewAdapter()->selection(), EditorRange({16, 4}));
+        QTest::keyClick(focused(), key, modifiers);
+        QVERIFY(panel->isAncestorOf(focused()));
+        QTest::keyClicks(focused(), "gamma");
+        QCOMPARE(f.document.draft(), text);
+
+        // Round the whole bar, replace row included, and back to where it started.
+        panel->replaceToggle()->click();
+        QTRY_VERIFY(panel->replaceField()->isVisible());
+        panel->findField()->setFocus();
+        QSet<QWidget *> visited;
+        for (int i = 0; i < 12; ++i) {
+            QTest::keyClick(focused(), key, modifiers);
+            QVERIFY2(panel->isAncestorOf(focused()), qPrintable(focused()->objectName()));
+            visited.insert(focused());
+        }
+        QVERIFY(visited.contains(panel->replaceField()));
+        QVERIFY(visited.contains(panel->replaceAllButton()));
+        QVERIFY(visited.contains(panel->findField()));
+        QCOMPARE(f.document.draft(), text);
+
+        // Escape from a button of the bar closes it; the next keys go into the text.
+        while (focused() != panel->closeButton())
+            QTest::keyClick(focused(), key, modifiers);
+        QTest::keyClick(focused(), Qt::Key_Escape);
+        QVERIFY(!f.pane.showFindPanel());
+        QVERIFY(f.pane.textView()->hasFocus());
+        f.caretAt(0);
+        QTest::keyClicks(focused(), "x");
+        QCOMPARE(f.document.draft(), "x" + text);
+
+        // And from the find field itself.
+        QTest::keyClick(focused(), Qt::Key_F, Qt::ControlModifier);
+        QTRY_VERIFY(panel->findField()->hasFocus());
+        QTest::keyClick(focused(), Qt::Key_Escape);
+        QVERIFY(f.pane.textView()->hasFocus());
+        QTest::keyClicks(focused(), "y");
+        QCOMPARE(f.document.draft(), "xy" + text);
     }
 
     void replaceRow()

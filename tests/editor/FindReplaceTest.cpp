@@ -17,8 +17,9 @@ using Step = void (MarkdownEditorActions::*)();
 // text, query, replacement, selection, step, text after, selection after, status after
 using FindRow =
     std::tuple<QString, QString, QString, EditorRange, Step, QString, EditorRange, QString>;
-// answer (empty: no question expected), text, typed while asked, text after, matches after
-using ReplaceAllRow = std::tuple<QString, QString, QString, QString, int>;
+// answer (empty: no question expected), text, typed while asked, text after, matches after,
+// selection after (the selection starts on the second "a")
+using ReplaceAllRow = std::tuple<QString, QString, QString, QString, int, EditorRange>;
 
 } // namespace
 
@@ -114,20 +115,22 @@ private slots:
     {
         QTest::addColumn<ReplaceAllRow>("row");
         // clang-format off
-        QTest::newRow("confirmed") << ReplaceAllRow{"全部替换", "A b a ca", "", "aa b aa caa", 6};
-        QTest::newRow("cancelled") << ReplaceAllRow{"取消", "A b a ca", "", "A b a ca", 3};
+        // The selected match ends up as its replacement, never as text beside it.
+        QTest::newRow("confirmed") << ReplaceAllRow{"全部替换", "A b a ca", "", "aa b aa caa", 6, {5, 2}};
+        QTest::newRow("cancelled") << ReplaceAllRow{"取消", "A b a ca", "", "A b a ca", 3, {4, 1}};
         // The question runs an event loop of its own: what matches once it is answered is replaced.
-        QTest::newRow("typed while asked") << ReplaceAllRow{"全部替换", "A b a ca", "a ", "aa aa b aa caa", 8};
-        QTest::newRow("no question without matches") << ReplaceAllRow{"", "b c", "", "b c", 0};
+        QTest::newRow("typed while asked") << ReplaceAllRow{"全部替换", "A b a ca", "a ", "aa aa b aa caa", 8, {8, 2}};
+        QTest::newRow("no question without matches") << ReplaceAllRow{"", "b c", "", "b c", 0, {3, 0}};
         // clang-format on
     }
 
     void replaceAll()
     {
         QFETCH(ReplaceAllRow, row);
-        const auto &[answer, text, typed, textAfter, matchesAfter] = row;
+        const auto &[answer, text, typed, textAfter, matchesAfter, selectionAfter] = row;
         EditorHarness editor(text);
         editor.actions.setFindText("a");
+        editor.select({4, 1});
         editor.actions.setReplaceText("aa");
         const int undoSteps = editor.edit.document()->availableUndoSteps();
         QString shown; // message, informative text, buttons and the default one
@@ -155,6 +158,7 @@ private slots:
                                            "全部替换,取消|全部替换");
         QCOMPARE(editor.text(), textAfter);
         QCOMPARE(editor.actions.matchCount(), matchesAfter);
+        QCOMPARE(editor.selection(), selectionAfter);
         if (textAfter == text) {
             QCOMPARE(editor.edit.document()->availableUndoSteps(), undoSteps);
             QVERIFY(editor.changes.isEmpty());
