@@ -17,6 +17,7 @@ std::optional<u16> Parser::parseHeading(u16v line)
     const u16v text = trimmed(t.substr(level));
     const u16 slug = uniqueSlug(text);
     toc.push_back(TOCItem{slug, plainText(text), static_cast<std::int64_t>(level)});
+    headingLines.push_back(index);
 
     u16 out = u"<h";
     appendDecimal(out, static_cast<long long>(level));

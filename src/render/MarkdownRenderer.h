@@ -21,6 +21,7 @@ struct RenderedMarkdown
 {
     std::u16string html; // the complete, self-contained page
     std::vector<TOCItem> toc;
+    std::vector<std::size_t> headingLines; // 0-based source line of each outline entry
 };
 
 namespace MarkdownRenderer {
@@ -36,6 +37,7 @@ struct Fragment
 {
     std::u16string html;
     std::vector<TOCItem> toc;
+    std::vector<std::size_t> headingLines; // 0-based source line of each outline entry
     bool hasMermaid = false;
 };
 Fragment renderFragment(std::u16string_view markdown);

@@ -215,6 +215,7 @@ Fragment renderFragment(std::u16string_view markdown)
     Fragment fragment;
     appendBlocks(fragment.html, markdown, parser);
     fragment.toc = std::move(parser.toc);
+    fragment.headingLines = std::move(parser.headingLines);
     fragment.hasMermaid = parser.hasMermaid;
     return fragment;
 }
@@ -240,7 +241,7 @@ RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16s
     page.append(u"\n<script>\n");
     page.append(readerScript());
     page.append(u"\n</script>\n</body>\n</html>");
-    return {std::move(page), std::move(parser.toc)};
+    return {std::move(page), std::move(parser.toc), std::move(parser.headingLines)};
 }
 
 RenderedMarkdown render(std::string_view markdownUtf8, TarnTheme theme, std::u16string_view title)

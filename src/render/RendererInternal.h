@@ -89,6 +89,7 @@ struct Parser
     std::vector<u16v> lines;
     std::size_t index = 0;
     std::vector<TOCItem> toc;
+    std::vector<std::size_t> headingLines; // the source line of each outline entry
     std::unordered_map<u16, long long> slugCounts;
     bool hasMermaid = false;
     long long mermaidCounter = 0;
