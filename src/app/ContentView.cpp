@@ -68,6 +68,10 @@ ContentView::ContentView(AppModel &model, QWidget *parent)
     m_content->addWidget(m_editor);
     m_reader = new ReaderPane(model, m_content);
     m_content->addWidget(m_reader);
+    connect(m_editor, &EditorPane::topLineChanged, &m_model, [this](int line) {
+        if (m_model.isEditing())
+            m_model.setEditorTopLine(line);
+    });
     connect(m_editor, &EditorPane::saveRequested, &m_model, [this](TarnDocument *document) {
         if (document)
             m_model.saveDocument(document);
@@ -104,13 +108,19 @@ void ContentView::updateContent()
         return;
     }
     if (m_model.isEditing()) {
+        // Read first: filling the editor scrolls it to the top, which it reports.
+        const int topLine = m_model.editorTopLine();
         if (m_editor->document() != document)
             m_editor->setDocument(document);
         const bool entering = m_content->currentWidget() != m_editor;
         m_content->setCurrentWidget(m_editor);
-        // Typing goes to the text at once, as it would after clicking the edit button.
-        if (entering)
+        // Typing goes to the text at once, as it would after clicking the edit button, and
+        // the text opens at the place that was being read.
+        if (entering) {
             m_editor->textView()->setFocus(Qt::OtherFocusReason);
+            m_editor->showLineAtTop(topLine);
+            m_model.setEditorTopLine(m_editor->topLine());
+        }
         return;
     }
     m_editor->setDocument(nullptr);

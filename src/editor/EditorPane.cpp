@@ -22,6 +22,7 @@
 #include <QPropertyAnimation>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QTextBlock>
 #include <QTextDocument>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -103,6 +104,8 @@ EditorPane::EditorPane(QWidget *parent)
     connect(m_findPanel, &EditorFindPanel::closeRequested, this, &EditorPane::closeFindPanel);
     connect(EditorNotifications::instance(), &EditorNotifications::showEditorFind, this,
             &EditorPane::openFindPanel);
+    connect(m_textView->verticalScrollBar(), &QScrollBar::valueChanged, this,
+            [this] { emit topLineChanged(topLine()); });
     m_textArea->installEventFilter(this);
     m_findPanel->installEventFilter(this);
     m_textView->installEventFilter(this);
@@ -205,6 +208,22 @@ void EditorPane::setTheme(TarnTheme theme)
     m_findPanel->setTheme(theme);
     // Match colours follow the light or dark appearance.
     m_actions->refreshSearchState(false, false);
+}
+
+int EditorPane::topLine() const
+{
+    // The plain text edit scrolls by layout lines: its scroll value is the top one.
+    const int value = m_textView->verticalScrollBar()->value();
+    return m_textView->document()->findBlockByLineNumber(value).blockNumber();
+}
+
+void EditorPane::showLineAtTop(int line)
+{
+    const QTextBlock block = m_textView->document()->findBlockByNumber(std::max(line, 0));
+    if (!block.isValid())
+        return;
+    m_textView->setTextCursor(QTextCursor(block));
+    m_textView->verticalScrollBar()->setValue(block.firstLineNumber());
 }
 
 void EditorPane::openFindPanel()

@@ -43,6 +43,10 @@ public:
 
     void setTheme(TarnTheme theme);
 
+    // The 0-based line shown at the top of the text; showing a line puts the caret at its start.
+    int topLine() const;
+    void showLineAtTop(int line);
+
 public slots:
     // Opening an open panel only focuses the find field again and selects its text.
     void openFindPanel();
@@ -53,6 +57,7 @@ signals:
     // The save button was pressed; the application saves the document.
     void saveRequested(TarnDocument *document);
     void showFindPanelChanged(bool shown);
+    void topLineChanged(int line);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -3,6 +3,7 @@
 
 #include "ModelSettings.h"
 #include "Platform.h"
+#include "SourcePosition.h"
 #include "TarnUsageLogger.h"
 
 #include <QSettings>
@@ -61,6 +62,14 @@ void AppModel::setEditing(bool editing)
         return;
     m_isEditing = editing;
     emit isEditingChanged();
+}
+
+void AppModel::setEditorTopLine(int line)
+{
+    if (m_editorTopLine == line)
+        return;
+    m_editorTopLine = line;
+    emit editorTopLineChanged();
 }
 
 void AppModel::setFileFilter(const QString &filter)
@@ -182,11 +191,18 @@ void AppModel::toggleEditing()
         // user's text and stays; otherwise editing starts from the saved text.
         if (!document->isDirty())
             document->setDraft(document->content());
+        // The editor opens where the reader was: at the section being read.
+        setEditorTopLine(SourcePosition::lineOfHeading(document->draft(), m_currentHeadingID));
         setEditing(true);
         return;
     }
-    if (confirmDirtyDocument(document))
-        setEditing(false);
+    if (!confirmDirtyDocument(document))
+        return;
+    // The reader comes back at the section the editor was showing.
+    const QString heading = SourcePosition::headingAtOrAbove(document->content(), m_editorTopLine);
+    setEditing(false);
+    if (!heading.isEmpty())
+        setScrollTargetID(heading);
 }
 
 bool AppModel::confirmDirtyDocument(TarnDocument *document)

@@ -34,6 +34,8 @@ class AppModel : public QObject
     Q_PROPERTY(
         QUuid selectedTabID READ selectedTabID WRITE setSelectedTabID NOTIFY selectedTabIDChanged)
     Q_PROPERTY(bool isEditing READ isEditing WRITE setEditing NOTIFY isEditingChanged)
+    Q_PROPERTY(
+        int editorTopLine READ editorTopLine WRITE setEditorTopLine NOTIFY editorTopLineChanged)
     Q_PROPERTY(QString fileFilter READ fileFilter WRITE setFileFilter NOTIFY fileFilterChanged)
     Q_PROPERTY(QString searchQuery READ searchQuery WRITE setSearchQuery NOTIFY searchQueryChanged)
     Q_PROPERTY(int searchResultCount READ searchResultCount NOTIFY searchResultCountChanged)
@@ -69,6 +71,11 @@ public:
     QList<TarnDocument *> tabs() const { return m_tabs; }
     QUuid selectedTabID() const { return m_selectedTabID; }
     bool isEditing() const { return m_isEditing; }
+    // The 0-based source line at the top of the editor. Entering editing sets it from the
+    // reader's current heading; the editor reports it while it scrolls; leaving editing turns
+    // it back into the heading the reader shows.
+    int editorTopLine() const { return m_editorTopLine; }
+    void setEditorTopLine(int line);
     QString fileFilter() const { return m_fileFilter; }
     QString searchQuery() const { return m_searchQuery; }
     int searchResultCount() const { return m_searchResultCount; }
@@ -162,6 +169,7 @@ signals:
     void tabsChanged();
     void selectedTabIDChanged();
     void isEditingChanged();
+    void editorTopLineChanged();
     void fileFilterChanged();
     void searchQueryChanged();
     void searchResultCountChanged();
@@ -209,6 +217,7 @@ private:
     QList<TarnDocument *> m_tabs;
     QUuid m_selectedTabID;
     bool m_isEditing = false;
+    int m_editorTopLine = 0;
     QString m_fileFilter;
     QString m_searchQuery;
     int m_searchResultCount = 0;

@@ -52,6 +52,7 @@ class AppTest : public QObject
 
 private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in this order
     void contentArea();
+    void editingKeepsThePlace();
     void enableRules_data();
     void enableRules();
     void themes();

@@ -19,8 +19,14 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QScrollArea>
+#include <QScrollBar>
+#include <QSignalSpy>
 #include <QTest>
+#include <QTextBlock>
 #include <QToolButton>
+#include <QWebEnginePage>
+
+#include <memory>
 
 namespace {
 
@@ -64,6 +70,51 @@ void AppTest::contentArea()
     for (TarnDocument *document : f.model->tabs())
         f.model->closeTab(document);
     QCOMPARE(f.view.currentContent(), f.view.emptyState());
+}
+
+// Ctrl+E keeps the place: the editor opens with the section being read at its top, and reading
+// comes back at the last heading at or above the editor's top line.
+void AppTest::editingKeepsThePlace()
+{
+    WindowFixture f;
+    QString text;
+    for (const char *section : {"一", "二", "三", "四", "五", "六"}) {
+        text += QStringLiteral("## 第%1节\n\n").arg(QString::fromUtf8(section));
+        for (int line = 0; line < 40; ++line)
+            text += QStringLiteral("段落 %1\n\n").arg(line);
+    }
+    QSignalSpy ready(f.view.readerPane(), &ReaderPane::pageReady);
+    f.model->openURLs({f.file("long.md", text)}, false);
+    QTRY_COMPARE_WITH_TIMEOUT(ready.count(), 1, 10000);
+    const int sectionLines = 2 + 80;
+    f.model->setCurrentHeadingID("第五节");
+    f.item(C::toggleEditing)->trigger();
+    EditorPane *editor = f.view.editorPane();
+    QCOMPARE(f.view.currentContent(), editor);
+    QCOMPARE(editor->topLine(), 4 * sectionLines);
+    QCOMPARE(editor->textView()->textCursor().block().text(), "## 第五节");
+
+    // Scrolled up into the third section, by the scroll bar as a wheel would.
+    QScrollBar *bar = editor->textView()->verticalScrollBar();
+    bar->setValue(bar->value() - sectionLines - 10);
+    QCOMPARE(f.model->editorTopLine(), 3 * sectionLines - 10);
+    f.item(C::toggleEditing)->trigger();
+    QCOMPARE(f.view.currentContent(), f.view.readerPane());
+    QWebEnginePage *page = f.view.readerPane()->currentView()->page();
+    // The heading lands where an outline jump puts it. Shared with the answers, which may still
+    // arrive after the test is over.
+    const auto top = std::make_shared<double>(-1000);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+            page->runJavaScript("(function () { const h = document.getElementById('第三节');"
+                                " return h ? h.getBoundingClientRect().top : null; })()",
+                                [top](const QVariant &value) {
+                                    if (value.isValid())
+                                        *top = value.toDouble();
+                                });
+            return *top >= 0 && *top < 80; // at the top, below the page's scroll margin
+        }(),
+        10000);
 }
 
 // One table for the toolbar's and the menu's enable rules and titles.

@@ -14,6 +14,8 @@ using SearchReport = std::tuple<int, int, int, int>; // current and total; then 
 using Link = std::tuple<QString, QString, QString>;
 using LineRow = std::tuple<QString, QMap<QString, QString>, QByteArray>;
 using EnvRow = std::tuple<QString, QString, QString, QString>;
+// heading read, editor's top line then, line the editor is left at, heading read after
+using PlaceRow = std::tuple<QString, int, int, QString>;
 
 class TestReaderLog : public QObject
 {
@@ -63,6 +65,39 @@ private slots:
         h.model->clearSearch();
         QCOMPARE(h.model->searchQuery(), QString());
         QCOMPARE(h.model->searchResultCount(), 0);
+    }
+
+    // Switching between reading and editing keeps the place: the editor opens with the current
+    // heading's line at its top, and reading comes back at the last heading at or above the
+    // editor's top line. A "#" line inside a code block is no heading.
+    void editingKeepsThePlace_data()
+    {
+        QTest::addColumn<PlaceRow>("row");
+        // clang-format off
+        QTest::newRow("second section") << PlaceRow{"第二节", 4, 4, "第二节"};
+        QTest::newRow("left inside a code block") << PlaceRow{"第二节", 4, 8, "第二节"};
+        QTest::newRow("scrolled down to the third") << PlaceRow{"第一节", 2, 11, "third"};
+        QTest::newRow("scrolled back above every heading") << PlaceRow{"third", 11, 0, ""};
+        QTest::newRow("no heading read") << PlaceRow{"", 0, 3, "第一节"};
+        QTest::newRow("heading no longer there") << PlaceRow{"gone", 0, 2, "第一节"};
+        // clang-format on
+    }
+    void editingKeepsThePlace()
+    {
+        QFETCH(PlaceRow, row);
+        const auto &[read, topLine, leftAt, readAfter] = row;
+        ModelHarness h;
+        h.model->openURLs({h.file("a.md", "Intro\n\n# 第一节\n\n## 第二节\ntext\n\n```\n# not a "
+                                          "heading\n```\n\n### Third\nend\n")},
+                          false);
+        h.model->setCurrentHeadingID(read);
+        h.model->toggleEditing();
+        QVERIFY(h.model->isEditing());
+        QCOMPARE(h.model->editorTopLine(), topLine);
+        h.model->setEditorTopLine(leftAt);
+        h.model->toggleEditing();
+        QVERIFY(!h.model->isEditing());
+        QCOMPARE(h.model->scrollTargetID().value_or(QString()), readAfter);
     }
 
     void openLink_data()
