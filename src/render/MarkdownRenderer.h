@@ -38,6 +38,7 @@ struct Fragment
     std::u16string html;
     std::vector<TOCItem> toc;
     std::vector<std::size_t> headingLines; // 0-based source line of each outline entry
+    std::vector<std::size_t> blockLines;   // 0-based first source line of each top-level block
     bool hasMermaid = false;
 };
 Fragment renderFragment(std::u16string_view markdown);

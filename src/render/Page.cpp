@@ -216,6 +216,7 @@ Fragment renderFragment(std::u16string_view markdown)
     appendBlocks(fragment.html, markdown, parser);
     fragment.toc = std::move(parser.toc);
     fragment.headingLines = std::move(parser.headingLines);
+    fragment.blockLines = std::move(parser.blockLines);
     fragment.hasMermaid = parser.hasMermaid;
     return fragment;
 }

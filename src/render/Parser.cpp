@@ -202,6 +202,8 @@ void Parser::parse(u16 &out)
             ++index;
             continue;
         }
+        // Each branch below appends exactly one top-level element.
+        blockLines.push_back(index);
         if (beginsWithFence(t)) {
             append(parseCodeFence());
         } else if (auto heading = parseHeading(line)) {

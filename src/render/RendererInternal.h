@@ -90,6 +90,7 @@ struct Parser
     std::size_t index = 0;
     std::vector<TOCItem> toc;
     std::vector<std::size_t> headingLines; // the source line of each outline entry
+    std::vector<std::size_t> blockLines;   // the first source line of each top-level block
     std::unordered_map<u16, long long> slugCounts;
     bool hasMermaid = false;
     long long mermaidCounter = 0;
