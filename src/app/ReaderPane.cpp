@@ -4,6 +4,7 @@
 #include "AppModel.h"
 #include "MarkdownWebView.h"
 #include "OutlinePane.h"
+#include "ScriptEvaluation.h"
 #include "TarnDocument.h"
 #include "TarnWebView.h"
 #include "WindowChrome.h"
@@ -11,6 +12,26 @@
 #include <QHBoxLayout>
 #include <QStackedWidget>
 #include <QTimer>
+
+namespace {
+
+// The index of the first top-level block of the page that reaches below the top of the view.
+// Blocks follow each other down the page, so a binary search finds it.
+const QString firstVisibleBlockScript = QStringLiteral(R"((() => {
+  const main = document.querySelector("main.tarn-document");
+  if (!main) return -1;
+  const items = main.children;
+  let low = 0;
+  let high = items.length;
+  while (low < high) {
+    const middle = (low + high) >> 1;
+    if (items[middle].getBoundingClientRect().bottom <= 0) low = middle + 1;
+    else high = middle;
+  }
+  return low < items.length ? low : -1;
+})())");
+
+} // namespace
 
 struct ReaderPane::Page
 {
@@ -162,9 +183,11 @@ MarkdownWebView ReaderPane::viewValue(const Page &page)
     };
     value.initialScrollY = document->scrollY();
     // A page kept loaded in the background still reports its own document's position.
-    value.onScroll = [model, weakDocument](double y) {
-        if (weakDocument)
-            model->rememberScroll(weakDocument, y);
+    value.onScroll = [this, model, weakDocument](double y) {
+        if (!weakDocument)
+            return;
+        model->rememberScroll(weakDocument, y);
+        reportReadingBlock(weakDocument);
     };
     value.onSearchResults = [this, weakDocument](int current, int total) {
         if (isShown(weakDocument))
@@ -175,6 +198,23 @@ MarkdownWebView ReaderPane::viewValue(const Page &page)
             model->openLink(url, weakDocument);
     };
     return value;
+}
+
+void ReaderPane::reportReadingBlock(TarnDocument *document)
+{
+    const auto found = std::find_if(m_pages.begin(), m_pages.end(), [document](const auto &page) {
+        return page->document == document && page->view;
+    });
+    if (found == m_pages.end())
+        return;
+    evaluateScript((*found)->view->page(), firstVisibleBlockScript, (*found)->view,
+                   [model = &m_model,
+                    weakDocument = QPointer<TarnDocument>(document)](const ScriptOutcome &outcome) {
+                       bool isNumber = false;
+                       const int block = outcome.value.toInt(&isNumber);
+                       if (weakDocument && outcome.ok && isNumber)
+                           model->rememberReadingBlock(weakDocument, block);
+                   });
 }
 
 void ReaderPane::showPage(Page &page, bool shownBefore)

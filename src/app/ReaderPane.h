@@ -60,6 +60,8 @@ private:
     void applyTheme();
     void setZoomFactor(double factor);
     bool isShown(const TarnDocument *document) const;
+    // Asks the document's page for its first block on screen and tells the model.
+    void reportReadingBlock(TarnDocument *document);
 
     AppModel &m_model;
     QStackedWidget *m_stack;

@@ -72,6 +72,12 @@ void AppModel::setEditorTopLine(int line)
     emit editorTopLineChanged();
 }
 
+void AppModel::rememberReadingBlock(TarnDocument *document, int block)
+{
+    if (document && block >= 0)
+        m_readingBlocks.insert(document->id(), block);
+}
+
 void AppModel::setFileFilter(const QString &filter)
 {
     if (m_fileFilter == filter)
@@ -163,6 +169,7 @@ void AppModel::closeTab(TarnDocument *document)
         return;
     const bool wasSelected = document->id() == m_selectedTabID;
     m_tabs.removeAt(position);
+    m_readingBlocks.remove(document->id());
     emit tabsChanged();
     updateWatchedPaths();
     document->deleteLater(); // views may still hold it until they have seen tabsChanged
@@ -191,8 +198,13 @@ void AppModel::toggleEditing()
         // user's text and stays; otherwise editing starts from the saved text.
         if (!document->isDirty())
             document->setDraft(document->content());
-        // The editor opens where the reader was: at the section being read.
-        setEditorTopLine(SourcePosition::lineOfHeading(document->draft(), m_currentHeadingID));
+        // The editor opens where the reader was: at the first block on screen, or failing
+        // that at the section being read.
+        const auto block = m_readingBlocks.constFind(document->id());
+        setEditorTopLine(
+            block != m_readingBlocks.cend()
+                ? SourcePosition::lineOfBlock(document->content(), *block)
+                : SourcePosition::lineOfHeading(document->draft(), m_currentHeadingID));
         setEditing(true);
         return;
     }

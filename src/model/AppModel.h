@@ -76,6 +76,13 @@ public:
     // it back into the heading the reader shows.
     int editorTopLine() const { return m_editorTopLine; }
     void setEditorTopLine(int line);
+    // The reader reports the first top-level block of the page on screen for each document.
+    void rememberReadingBlock(TarnDocument *document, int block);
+    // -1 until the reader has reported one.
+    int readingBlock(const TarnDocument *document) const
+    {
+        return document ? m_readingBlocks.value(document->id(), -1) : -1;
+    }
     QString fileFilter() const { return m_fileFilter; }
     QString searchQuery() const { return m_searchQuery; }
     int searchResultCount() const { return m_searchResultCount; }
@@ -218,6 +225,7 @@ private:
     QUuid m_selectedTabID;
     bool m_isEditing = false;
     int m_editorTopLine = 0;
+    QHash<QUuid, int> m_readingBlocks; // by document id
     QString m_fileFilter;
     QString m_searchQuery;
     int m_searchResultCount = 0;

@@ -1,4 +1,4 @@
-// Heading lines come from the renderer itself, so ids and lines agree with the reader's outline.
+// Lines come from the renderer itself, so blocks and headings agree with the reader's page.
 #include "SourcePosition.h"
 
 #include <MarkdownRenderer.h>
@@ -13,6 +13,14 @@ MarkdownRenderer::Fragment outlineOf(const QString &markdown)
 }
 
 } // namespace
+
+int lineOfBlock(const QString &markdown, int block)
+{
+    const MarkdownRenderer::Fragment fragment = outlineOf(markdown);
+    if (block < 0 || std::size_t(block) >= fragment.blockLines.size())
+        return 0;
+    return int(fragment.blockLines[std::size_t(block)]);
+}
 
 int lineOfHeading(const QString &markdown, const QString &headingID)
 {

@@ -14,8 +14,9 @@ using SearchReport = std::tuple<int, int, int, int>; // current and total; then 
 using Link = std::tuple<QString, QString, QString>;
 using LineRow = std::tuple<QString, QMap<QString, QString>, QByteArray>;
 using EnvRow = std::tuple<QString, QString, QString, QString>;
-// heading read, editor's top line then, line the editor is left at, heading read after
-using PlaceRow = std::tuple<QString, int, int, QString>;
+// first block on screen (-1: none reported), heading read, editor's top line then, line the
+// editor is left at, heading read after
+using PlaceRow = std::tuple<int, QString, int, int, QString>;
 
 class TestReaderLog : public QObject
 {
@@ -67,30 +68,35 @@ private slots:
         QCOMPARE(h.model->searchResultCount(), 0);
     }
 
-    // Switching between reading and editing keeps the place: the editor opens with the current
-    // heading's line at its top, and reading comes back at the last heading at or above the
+    // Switching between reading and editing keeps the place: the editor opens with the first
+    // line of the first block on screen at its top (the current heading's line when the reader
+    // has not told which block that is), and reading comes back at the last heading at or above the
     // editor's top line. A "#" line inside a code block is no heading.
     void editingKeepsThePlace_data()
     {
         QTest::addColumn<PlaceRow>("row");
         // clang-format off
-        QTest::newRow("second section") << PlaceRow{"第二节", 4, 4, "第二节"};
-        QTest::newRow("left inside a code block") << PlaceRow{"第二节", 4, 8, "第二节"};
-        QTest::newRow("scrolled down to the third") << PlaceRow{"第一节", 2, 11, "third"};
-        QTest::newRow("scrolled back above every heading") << PlaceRow{"third", 11, 0, ""};
-        QTest::newRow("no heading read") << PlaceRow{"", 0, 3, "第一节"};
-        QTest::newRow("heading no longer there") << PlaceRow{"gone", 0, 2, "第一节"};
+        QTest::newRow("second section") << PlaceRow{-1, "第二节", 4, 4, "第二节"};
+        QTest::newRow("left inside a code block") << PlaceRow{-1, "第二节", 4, 8, "第二节"};
+        QTest::newRow("scrolled down to the third") << PlaceRow{-1, "第一节", 2, 11, "third"};
+        QTest::newRow("scrolled back above every heading") << PlaceRow{-1, "third", 11, 0, ""};
+        QTest::newRow("no heading read") << PlaceRow{-1, "", 0, 3, "第一节"};
+        QTest::newRow("heading no longer there") << PlaceRow{-1, "gone", 0, 2, "第一节"};
+        QTest::newRow("first block on screen: the code") << PlaceRow{4, "第二节", 7, 7, "第二节"};
+        QTest::newRow("first block on screen: the last") << PlaceRow{6, "third", 12, 12, "third"};
+        QTest::newRow("first block on screen: past the end") << PlaceRow{9, "third", 0, 0, ""};
         // clang-format on
     }
     void editingKeepsThePlace()
     {
         QFETCH(PlaceRow, row);
-        const auto &[read, topLine, leftAt, readAfter] = row;
+        const auto &[block, read, topLine, leftAt, readAfter] = row;
         ModelHarness h;
         h.model->openURLs({h.file("a.md", "Intro\n\n# 第一节\n\n## 第二节\ntext\n\n```\n# not a "
                                           "heading\n```\n\n### Third\nend\n")},
                           false);
         h.model->setCurrentHeadingID(read);
+        h.model->rememberReadingBlock(h.model->selectedDocument(), block);
         h.model->toggleEditing();
         QVERIFY(h.model->isEditing());
         QCOMPARE(h.model->editorTopLine(), topLine);
