@@ -12,11 +12,25 @@
   const RENDER_ERROR = "流程图渲染失败";
   const UNSEARCHED_PARENTS = new Set(["SCRIPT", "STYLE", "CODE", "PRE"]);
 
+  function hasHost() {
+    return Boolean(
+      window.webkit && window.webkit.messageHandlers && window.webkit.messageHandlers.tarn,
+    );
+  }
+
   // Without the host's "tarn" channel (a browser, the PDF exporter) messages are dropped.
   function post(message) {
-    if (window.webkit && window.webkit.messageHandlers && window.webkit.messageHandlers.tarn) {
+    if (hasHost()) {
       window.webkit.messageHandlers.tarn.postMessage(message);
     }
+  }
+
+  // http, https and mailto addresses, and relative ones. Browsers drop tabs and line breaks
+  // from addresses and leading controls and spaces, so "java\tscript:" is a scheme too.
+  function isOrdinaryLink(rawHref) {
+    const cleaned = rawHref.replace(/[\t\n\r]/g, "").replace(/^[\u0000-\u0020]+/, "");
+    const scheme = /^([A-Za-z][A-Za-z0-9+.-]*):/.exec(cleaned);
+    return cleaned.trim() !== "" && (!scheme || /^(https?|mailto)$/i.test(scheme[1]));
   }
 
   function showMermaidError(diagram, label) {
@@ -146,6 +160,11 @@
       link.getAttributeNS("http://www.w3.org/1999/xlink", "href") ||
       "";
     if (rawHref.startsWith("#")) {
+      return;
+    }
+    // A page without its host (an exported file in a browser) follows web, mail and relative
+    // links itself.
+    if (!hasHost() && isOrdinaryLink(rawHref)) {
       return;
     }
     // Every other click stays in the page: the host opens the schemes it knows, and any other

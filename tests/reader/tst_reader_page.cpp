@@ -32,8 +32,9 @@ constexpr char diagramsShown[] =
     "  const shown = getComputedStyle(output).display === 'block' && source !== 'none';"
     "  return error && d.classList.contains('has-error') && shown ? error.textContent : '?'; })";
 
-// href, drawn in a diagram (with xlink:href), reported (relative to the page's folder)
-using LinkRow = std::tuple<QString, bool, QString>;
+// href, drawn in a diagram (with xlink:href), reported (relative to the page's folder),
+// followed by a page without host
+using LinkRow = std::tuple<QString, bool, QString, bool>;
 
 } // namespace
 
@@ -42,7 +43,8 @@ class ReaderPageTest : public QObject
     Q_OBJECT
 
     QTemporaryDir m_folder;
-    BridgeHarness m_page; // the script page, shown once for all the tests below
+    BridgeHarness m_page;      // the script page, shown once for all the tests below
+    QWebEnginePage m_hostless; // a reader page without the tarn channel, as in a browser
 
 private slots:
     void initTestCase()
@@ -53,6 +55,10 @@ private slots:
         m_page.baseURL = QUrl::fromLocalFile(m_folder.path());
         QVERIFY(m_page.show(
             page.replace("data-mermaid-id=\"tarn-mermaid-1\"", "data-mermaid-id=\"a b/c\"")));
+        QSignalSpy loaded(&m_hostless, &QWebEnginePage::loadFinished);
+        m_hostless.setHtml(render("Links."), QUrl::fromLocalFile(m_folder.filePath("page.html")));
+        QVERIFY(loaded.wait());
+        QTRY_VERIFY(evaluateAndWait(&m_hostless, "window.tarnReadyDone").toBool());
     }
 
     void searchCountsVisibleTextOnly_data()
@@ -96,25 +102,27 @@ private slots:
     {
         QTest::addColumn<LinkRow>("row");
         // Every click but an in-page jump stays in the page; only four schemes reach the host.
+        // Without a host, web, mail and relative links are followed; other schemes stay put.
         // clang-format off
-        QTest::newRow("in-page anchor") << LinkRow{"#section", false, ""};
-        QTest::newRow("relative with space") << LinkRow{"sub/my notes.md", false, "sub/my%20notes.md"};
-        QTest::newRow("https") << LinkRow{"https://example.com/a?b=1", false, "https://example.com/a?b=1"};
-        QTest::newRow("mailto") << LinkRow{"mailto:someone@example.com", false, "mailto:someone@example.com"};
-        QTest::newRow("file") << LinkRow{"file:///etc/hosts", false, "file:///etc/hosts"};
-        QTest::newRow("javascript") << LinkRow{"javascript:void(0)", false, ""};
-        QTest::newRow("javascript split by a tab") << LinkRow{"java\tscript:void(0)", false, ""};
-        QTest::newRow("custom scheme") << LinkRow{"tarn-test:abc", false, ""};
-        QTest::newRow("empty") << LinkRow{"", false, ""};
-        QTest::newRow("diagram link") << LinkRow{"https://example.com/d", true, "https://example.com/d"};
-        QTest::newRow("diagram script link") << LinkRow{"javascript:void(1)", true, ""};
+        QTest::newRow("in-page anchor") << LinkRow{"#section", false, "", true};
+        QTest::newRow("relative with space") << LinkRow{"sub/my notes.md", false, "sub/my%20notes.md", true};
+        QTest::newRow("https") << LinkRow{"https://example.com/a?b=1", false, "https://example.com/a?b=1", true};
+        QTest::newRow("mailto") << LinkRow{"mailto:someone@example.com", false, "mailto:someone@example.com", true};
+        QTest::newRow("file") << LinkRow{"file:///etc/hosts", false, "file:///etc/hosts", false};
+        QTest::newRow("javascript") << LinkRow{"javascript:void(0)", false, "", false};
+        QTest::newRow("javascript split by a tab") << LinkRow{"java\tscript:void(0)", false, "", false};
+        QTest::newRow("javascript after spaces") << LinkRow{" \x01javascript:void(0)", false, "", false};
+        QTest::newRow("custom scheme") << LinkRow{"tarn-test:abc", false, "", false};
+        QTest::newRow("empty") << LinkRow{"", false, "", false};
+        QTest::newRow("diagram link") << LinkRow{"https://example.com/d", true, "https://example.com/d", true};
+        QTest::newRow("diagram script link") << LinkRow{"javascript:void(1)", true, "", false};
         // clang-format on
     }
 
     void linkClicks()
     {
         QFETCH(LinkRow, row);
-        const auto &[href, svg, reported] = row;
+        const auto &[href, svg, reported, followedWithoutHost] = row;
         m_page.calls.clear();
         // A listener after the page's own records whether the click was cancelled, then cancels
         // it anyway so the view stays on the page.
@@ -128,8 +136,9 @@ private slots:
             "  main.lastElementChild.querySelector('span, text')"
             "    .dispatchEvent(new MouseEvent('click', { bubbles: true, cancelable: true }));"
             "  return cancelled; })()");
-        QCOMPARE(m_page.eval(click.arg(ReaderScripts::stringLiteral(href), svg ? "1" : "0")),
-                 !href.startsWith('#'));
+        const QString script = click.arg(ReaderScripts::stringLiteral(href), svg ? "1" : "0");
+        QCOMPARE(m_page.eval(script), !href.startsWith('#'));
+        QCOMPARE(evaluateAndWait(&m_hostless, script), !followedWithoutHost);
         QVERIFY(m_page.sync());
         const QString folder = QUrl::fromLocalFile(m_folder.path()).toString() + u'/';
         const QUrl expected(reported.contains(u':') ? reported : folder + reported);
