@@ -182,6 +182,45 @@ private slots:
                                                 "search:1/3", "search:0/0", "search:0/0"}));
     }
 
+    // Lists on a page laid out lazily look as on the page laid out whole: the markers and task
+    // boxes that hang left of their block are whole ("1." is not "l."). A long unbroken word
+    // breaks instead of widening the page; the page text is the one given.
+    void listMarkersAndLongWordsFit()
+    {
+        const QString lists("1. one\n2. two\n10. ten\n\n- [x] done\n- [ ] open\n\n");
+        BridgeHarness lazy;
+        QVERIFY(lazy.show(render(lists + QString(300, u'w'))));
+        // Laid out for real, as once the reader has scrolled past it.
+        QCOMPARE(lazy.eval("(() => { const word = document.querySelector('main > p');"
+                           "  word.style.contentVisibility = 'visible';"
+                           "  return word.scrollWidth <= word.clientWidth &&"
+                           "    document.documentElement.scrollWidth <= innerWidth; })()"),
+                 true);
+        QWebEngineView whole;
+        whole.resize(lazy.view->size());
+        whole.show();
+        QSignalSpy loaded(whole.page(), &QWebEnginePage::loadFinished);
+        whole.setHtml(render(lists));
+        QVERIFY(loaded.wait());
+        // The first item of each list, with room on its left for what hangs out of it.
+        const QString firstItems(
+            "Array.from(document.querySelectorAll('main > * > li:first-child'),"
+            "  (item) => { const box = item.getBoundingClientRect();"
+            "  return [box.left - 60, box.top, box.width + 60, box.height]; })");
+        auto grab = [&firstItems](QWebEngineView *view) {
+            QList<QImage> images;
+            for (const QVariant &item : evaluateAndWait(view->page(), firstItems).toList()) {
+                const QVariantList box = item.toList();
+                images.append(view->grab(QRect(box[0].toInt(), box[1].toInt(), box[2].toInt(),
+                                               box[3].toInt()))
+                                  .toImage());
+            }
+            return images;
+        };
+        QCOMPARE(grab(lazy.view.get()).size(), 2);
+        QTRY_COMPARE(grab(lazy.view.get()), grab(&whole));
+    }
+
     // A reload while the previous page is still polled gets only the new page's state, once.
     void reloadWhileThePreviousPageIsPolled()
     {
