@@ -106,24 +106,49 @@
     return true;
   }
 
-  function setupHeadingObserver() {
-    // The reading band runs from 15% to 30% of the view's height.
-    const observer = new IntersectionObserver(
-      (entries) => {
-        const visible = entries
-          .filter((entry) => entry.isIntersecting)
-          .sort((a, b) => a.boundingClientRect.top - b.boundingClientRect.top);
-        const first = visible[0];
-        if (first && first.target.id && first.target.id !== lastHeading) {
-          lastHeading = first.target.id;
-          post({ type: "heading", id: first.target.id });
-        }
-      },
-      { rootMargin: "-15% 0px -70% 0px", threshold: [0, 1] },
+  // The section being read is the last heading that has reached the reading line, 30% down
+  // the view. It is looked up again after every scroll, whatever caused it (the wheel, a jump to
+  // a heading, a link or a search hit), and on resizing, so it never stays behind.
+  let headings = [];
+  let headingFrame = 0;
+
+  function currentHeading() {
+    const line = window.innerHeight * 0.3;
+    let low = 0;
+    let high = headings.length;
+    while (low < high) {
+      const middle = (low + high) >> 1;
+      if (headings[middle].getBoundingClientRect().top <= line) {
+        low = middle + 1;
+      } else {
+        high = middle;
+      }
+    }
+    return low > 0 ? headings[low - 1] : null;
+  }
+
+  function reportHeading() {
+    headingFrame = 0;
+    const heading = currentHeading();
+    if (heading && heading.id !== lastHeading) {
+      lastHeading = heading.id;
+      post({ type: "heading", id: heading.id });
+    }
+  }
+
+  function reportHeadingNextFrame() {
+    if (!headingFrame) {
+      headingFrame = requestAnimationFrame(reportHeading);
+    }
+  }
+
+  function setupHeadingTracking() {
+    headings = Array.from(document.querySelectorAll("h1, h2, h3, h4, h5, h6")).filter(
+      (heading) => heading.id,
     );
-    document.querySelectorAll("h1, h2, h3, h4, h5, h6").forEach((heading) => {
-      observer.observe(heading);
-    });
+    window.addEventListener("scroll", reportHeadingNextFrame, { passive: true });
+    window.addEventListener("resize", reportHeadingNextFrame);
+    reportHeading();
   }
 
   function reportScrollWhenIdle() {
@@ -317,7 +342,7 @@
   // Readiness is reached even when heading tracking throws.
   function markTarnReady() {
     try {
-      setupHeadingObserver();
+      setupHeadingTracking();
     } finally {
       window.tarnReadyDone = true;
     }

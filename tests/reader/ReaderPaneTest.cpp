@@ -196,6 +196,34 @@ private slots:
         QTRY_VERIFY(eval(headingAtTop("part-9000")).toBool());
     }
 
+    // On a long page laid out lazily, the current heading is the section at the top of the
+    // page after a jump from the outline, an in-page link or a search hit, and after a theme
+    // switch brings the reader back to where it was.
+    void currentHeadingFollowsJumps()
+    {
+        const QString markdown = longDocument(120)
+                                     .replace("## Part 3\n\n", "## Part 3\n\n[on](#part-40)\n\n")
+                                     .replace("## Part 91\n\n", "needle\n\n## Part 91\n\n");
+        QVERIFY(open("long.md", markdown.toUtf8()));
+        QTRY_COMPARE(model()->currentHeadingID(), "part-1");
+        model()->scrollToHeading(QStringLiteral("part-100"));
+        QTRY_COMPARE(model()->currentHeadingID(), "part-100");
+        model()->scrollToHeading(QStringLiteral("part-3"));
+        QTRY_COMPARE(model()->currentHeadingID(), "part-3");
+        eval("document.querySelector('a[href=\"#part-40\"]').click()");
+        QTRY_COMPARE(model()->currentHeadingID(), "part-40");
+        model()->setSearchQuery(QStringLiteral("needle"));
+        QTRY_COMPARE(model()->currentHeadingID(), "part-90");
+
+        model()->setSearchQuery({});
+        QTRY_VERIFY(selected()->scrollY() > 0 &&
+                    selected()->scrollY() == eval("window.scrollY").toDouble());
+        QVERIFY(reloads([this] { model()->setTheme(TarnTheme::dark); }));
+        QTRY_COMPARE(model()->currentHeadingID(), "part-90");
+        QCOMPARE(pane()->outlinePane()->rows()->item(90)->foreground().color().rgb(),
+                 windowColor(TarnThemes::accentColor(TarnTheme::dark)));
+    }
+
     // A page shown again is the one kept loaded and reports its hits and heading again, which the
     // model forgot; only the pages shown last stay loaded. The first has no headings, as it says.
     void keepsRecentPagesLoaded()
@@ -228,6 +256,7 @@ private slots:
         QTRY_VERIFY(!viewOfB);
         model()->closeTab(selected());
         QCOMPARE(pane()->loadedPageCount(), 2);
+        QCOMPARE(pane()->document(), selected());
         QVERIFY(reloads([&] { model()->selectTab(b->id()); }));
         QCOMPARE(eval("document.title").toString(), "b");
     }
