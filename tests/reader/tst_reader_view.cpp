@@ -45,6 +45,8 @@ private slots:
         QTest::newRow("scroll fraction") << "{type: 'scroll', y: 812.5}" << QStringList{"scroll:812.5"};
         QTest::newRow("scroll whole") << "{type: 'scroll', y: 812}" << QStringList{"scroll:812"};
         QTest::newRow("search without total") << "{type: 'search', current: 3}" << QStringList{"search:3/0"};
+        QTest::newRow("search of an older query") << "{type: 'search', current: 1, total: 2, query: 'old'}" << QStringList{};
+        QTest::newRow("search of the query") << "{type: 'search', current: 1, total: 2, query: ''}" << QStringList{"search:1/2"};
         QTest::newRow("search text numbers") << "{type: 'search', current: '2', total: '4'}" << QStringList{"search:0/0"};
         QTest::newRow("link left partly unescaped") << "{type: 'openLink', href: 'file:///tmp/a b|c^d.md'}" << QStringList{"link:" + QUrl("file:///tmp/a b|c^d.md", QUrl::TolerantMode).toString()};
         QTest::newRow("unparsable link") << "{type: 'openLink', href: 'http://exa mple.com/'}" << QStringList{};
@@ -177,9 +179,11 @@ private slots:
         bridge.searchQuery = "z";
         bridge.update();
         step(SearchNavigationDirection::next);
-        QTRY_COMPARE(bridge.calls, (QStringList{"search:0/0", "search:1/2", "search:1/3",
-                                                "search:2/3", "search:1/3", "search:3/3",
-                                                "search:1/3", "search:0/0", "search:0/0"}));
+        // The reports on "" (after the load) and "y" come after the query became "x", so they
+        // are left out.
+        QTRY_COMPARE(bridge.calls,
+                     (QStringList{"search:1/3", "search:2/3", "search:1/3", "search:3/3",
+                                  "search:1/3", "search:0/0", "search:0/0"}));
     }
 
     // Lists on a page laid out lazily look as on the page laid out whole: the markers and task
