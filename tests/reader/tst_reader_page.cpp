@@ -16,7 +16,7 @@ using namespace ReaderTestPages;
 namespace {
 
 // Search cases first, then diagrams (the second one under an id unsafe for the page, the third
-// broken), then headings far enough down that the top of the page has none in the reading band.
+// broken), then headings far enough down that none has reached the reading line at the top.
 const QString scriptPage = QStringLiteral(
     "qQq\n\n**xy**z xy\n\nfoo `foo` foo\n\nbar\n\n```\nbar\n```\n\nİSTANBUL istanbul\n\nAlpha\n\n"
     "```mermaid\ngraph TD\n  Alpha --> Beta\n```\n\n```mmd\nsequenceDiagram\n  A->>B: hi\n```\n\n"
@@ -169,7 +169,7 @@ private slots:
                  reported.isEmpty() ? QStringList() : QStringList{"link:" + expected.toString()});
     }
 
-    // The position is reported once scrolling rests; a heading when it enters the reading band.
+    // The position is reported once scrolling rests; a heading when it reaches the reading line.
     void scrollAndHeadingReports()
     {
         m_page.calls.clear();
@@ -180,8 +180,8 @@ private slots:
         QCOMPARE(m_page.calls, QStringList());
         QTRY_COMPARE(m_page.calls, QStringList{"scroll:800"});
 
-        // Puts the heading at 20% of the view's height, inside the band; the first jump lays out
-        // the blocks above it, so that the second starts from its real place.
+        // Puts the heading at 20% of the view's height, above the reading line; the first jump lays
+        // out the blocks above it, so that the second starts from its real place.
         const QStringList visits{"heading:two", "heading:three", "heading:two"};
         for (int i = 0; i < visits.size(); ++i) {
             m_page.eval(QStringLiteral("(() => { const heading = document.getElementById('%1');"
