@@ -1,6 +1,6 @@
 // The reader pane as the window uses it: time from selecting a tab to its first screen being
 // painted and to its page being ready, memory of the program with its web engine processes,
-// and switching back without a reload.
+// switching back without a reload, and searching while typing.
 // Run under an X server (xvfb-run), like the web tests.
 #include "AppModel.h"
 #include "DocumentGenerator.h"
@@ -250,6 +250,50 @@ BENCHMARK(BM_SwitchBackToUnchangedTab)
     ->Arg(5'000'000)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(10);
+
+// Typing a query into the reader search over a long page, a key every 120 ms: time from the
+// last keystroke to the count for the final query (earlier queries' counts never show).
+void BM_SearchWhileTyping(benchmark::State &state)
+{
+    const std::size_t bytes = std::size_t(state.range(0));
+    Reader reader;
+    TarnDocument *big = reader.open(QStringLiteral("big.md"), BenchDocuments::realistic(bytes));
+    if (!big) {
+        state.SkipWithError("the document did not open");
+        return;
+    }
+    const QString query = QStringLiteral("reader");
+    int hits = 0;
+    for (auto _ : state) {
+        for (qsizetype typed = 1; typed < query.size(); ++typed) {
+            reader.model->setSearchQuery(query.left(typed));
+            QElapsedTimer pause;
+            pause.start();
+            spinUntil([&] { return pause.elapsed() >= 120; });
+        }
+        QElapsedTimer clock;
+        clock.start();
+        reader.model->setSearchQuery(query);
+        if (!spinUntil([&] { return reader.model->searchResultCount() > 0; })) {
+            state.SkipWithError("the count never came");
+            return;
+        }
+        state.SetIterationTime(double(clock.nsecsElapsed()) / 1e9);
+        hits = reader.model->searchResultCount();
+        // The page takes the marks out in the background before the next round.
+        reader.model->setSearchQuery(QString());
+        QElapsedTimer rest;
+        rest.start();
+        spinUntil([&] { return rest.elapsed() >= 3000; });
+    }
+    state.counters["markdown_KB"] = double(bytes) / 1000.0;
+    state.counters["hits"] = hits;
+}
+BENCHMARK(BM_SearchWhileTyping)
+    ->Arg(5'000'000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
 
 } // namespace
 

@@ -93,9 +93,15 @@ ReaderSearchControl::ReaderSearchControl(AppModel &model, QWidget *parent)
     connect(m_next, &QToolButton::clicked, &m_model,
             [this] { m_model.navigateSearch(SearchNavigationDirection::next); });
     connect(m_clear, &QToolButton::clicked, &m_model, &AppModel::clearSearch);
-    for (auto signal : {&AppModel::searchQueryChanged, &AppModel::searchResultCountChanged,
-                        &AppModel::currentSearchResultIndexChanged})
+    for (auto signal :
+         {&AppModel::searchResultCountChanged, &AppModel::currentSearchResultIndexChanged})
         connect(&m_model, signal, this, &ReaderSearchControl::updateFromModel);
+    connect(&m_model, &AppModel::searchQueryChanged, this, &ReaderSearchControl::awaitReport);
+    connect(&m_model, &AppModel::selectedDocumentChanged, this, &ReaderSearchControl::awaitReport);
+    connect(&m_model, &AppModel::searchResultsReported, this, [this] {
+        m_awaitingReport = false;
+        updateFromModel();
+    });
     connect(&m_model, &AppModel::themeChanged, this, &ReaderSearchControl::updateTheme);
     updateTheme();
 }
@@ -109,6 +115,12 @@ QString ReaderSearchControl::resultText(const QString &query, int current, int c
     return QStringLiteral("无结果");
 }
 
+void ReaderSearchControl::awaitReport()
+{
+    m_awaitingReport = m_model.selectedDocument() && !m_model.searchQuery().trimmed().isEmpty();
+    updateFromModel();
+}
+
 void ReaderSearchControl::updateFromModel()
 {
     const QString query = m_model.searchQuery();
@@ -116,7 +128,9 @@ void ReaderSearchControl::updateFromModel()
         m_field->setText(query);
     const bool active = !query.trimmed().isEmpty();
     const int count = m_model.searchResultCount();
-    m_result->setText(resultText(query, m_model.currentSearchResultIndex(), count));
+    m_result->setText(m_awaitingReport
+                          ? QString()
+                          : resultText(query, m_model.currentSearchResultIndex(), count));
     QPalette p = m_result->palette();
     p.setColor(QPalette::WindowText, count > 0 ? WindowChrome::primaryText(m_model.theme())
                                                : WindowChrome::secondaryText(m_model.theme()));

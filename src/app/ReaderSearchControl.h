@@ -46,6 +46,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    void awaitReport();
     void updateFromModel();
     void updateTheme();
 
@@ -56,4 +57,7 @@ private:
     QToolButton *m_previous;
     QToolButton *m_next;
     QToolButton *m_clear;
+    // A new query or document is being searched: the label shows no count until the page
+    // reports, rather than the previous query's or "no results".
+    bool m_awaitingReport = false;
 };

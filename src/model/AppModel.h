@@ -181,6 +181,8 @@ signals:
     void searchQueryChanged();
     void searchResultCountChanged();
     void currentSearchResultIndexChanged();
+    // The page reported its search state, whether or not it changed.
+    void searchResultsReported();
     void searchNavigationRequestChanged();
     void currentHeadingIDChanged();
     void scrollTargetIDChanged();

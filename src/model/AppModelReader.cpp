@@ -73,6 +73,7 @@ void AppModel::updateSearchResults(int current, int total)
         m_currentSearchResultIndex = index;
         emit currentSearchResultIndexChanged();
     }
+    emit searchResultsReported();
 }
 
 void AppModel::navigateSearch(SearchNavigationDirection direction)

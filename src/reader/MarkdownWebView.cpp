@@ -283,6 +283,10 @@ void MarkdownWebViewCoordinator::receive(const QVariantMap &body)
         if (m_parent.onScroll)
             later(this, [callback = m_parent.onScroll, y = y.toDouble()] { callback(y); });
     } else if (kind == QLatin1String("search")) {
+        // A report on a query the field no longer holds is dropped: the newer one's is coming.
+        const QVariant query = body.value(QStringLiteral("query"));
+        if (query.typeId() == QMetaType::QString && query.toString() != m_parent.searchQuery)
+            return;
         const int current = intValue(body.value(QStringLiteral("current"))).value_or(0);
         const int total = intValue(body.value(QStringLiteral("total"))).value_or(0);
         if (!m_parent.onSearchResults)

@@ -27,8 +27,9 @@ public:
     bool isLoading() const { return m_state != State::Idle; }
 
     // Lays out only the blocks near the screen until the reader scrolls or jumps past them, so a
-    // long page shows at once; scroll positions stay those of the page laid out whole. Printing
-    // needs the whole page, so this is off unless asked for.
+    // long page shows at once; scroll positions stay those of the page laid out whole. The same
+    // injected style lets long words break instead of widening the page. Printing needs the
+    // whole page and has its own rules, so this is off unless asked for.
     void setLazyLayout(bool lazy) { m_lazyLayout = lazy; }
 
     // A local folder URL with the trailing slash that makes it the base of relative references.

@@ -8,10 +8,16 @@
   // laid out whole.
 
   // Headings stay laid out: they are small, and the page tracks the current one as it passes.
+  // A block laid out lazily clips its painting to its own box, and list markers and task boxes
+  // hang left of it: top-level lists take that room into their box (same text position).
+  // A long unbroken word breaks instead of widening the whole page.
   const sheet = new CSSStyleSheet();
   sheet.replaceSync(
     "main.tarn-document > :not(h1, h2, h3, h4, h5, h6) {" +
-      " content-visibility: auto; contain-intrinsic-size: auto 4em; }",
+      " content-visibility: auto; contain-intrinsic-size: auto 4em; }" +
+      " main.tarn-document > :is(ul, ol) {" +
+      " margin-left: calc(1.25rem - 3rem); padding-left: calc(1rem + 3rem); }" +
+      " main.tarn-document { overflow-wrap: anywhere; }",
   );
   document.adoptedStyleSheets = [...document.adoptedStyleSheets, sheet];
 

@@ -231,6 +231,7 @@ void AppTest::searchControl()
     f.model->setSearchQuery(QString());
     QTest::keyClicks(field, "zebra");
     QCOMPARE(f.model->searchQuery(), QStringLiteral("zebra"));
+    shows("", true, false); // no count until the page reports on "zebra"
     f.model->updateSearchResults(0, 0);
     shows("无结果", true, false);
     f.model->updateSearchResults(3, 12);

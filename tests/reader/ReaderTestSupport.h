@@ -81,6 +81,14 @@ public:
         coordinator = new MarkdownWebViewCoordinator;
         view.reset(coordinator->makeView(value()));
         coordinator->setParent(view.get());
+        QObject::connect(&view->messageChannel(), &TarnMessageChannel::messageReceived, view.get(),
+                         [this](const QVariantMap &body) {
+                             if (body.value("type") == "search")
+                                 searchReports.append(QStringLiteral("%1:%2/%3")
+                                                          .arg(body.value("query").toString(),
+                                                               body.value("current").toString(),
+                                                               body.value("total").toString()));
+                         });
         view->resize(900, 700);
         view->show();
         return timeoutMs <= 0 || waitForReady(timeoutMs);
@@ -112,6 +120,8 @@ public:
     std::optional<SearchNavigationRequest> request;
     double initialScrollY = 0;
     QStringList calls;
+    // The page's own search reports, "QUERY:CURRENT/TOTAL", before the bridge sorts them out.
+    QStringList searchReports;
     MarkdownWebViewCoordinator *coordinator = nullptr;
     std::unique_ptr<TarnWebView> view;
 

@@ -16,7 +16,7 @@ using namespace ReaderTestPages;
 namespace {
 
 // Search cases first, then diagrams (the second one under an id unsafe for the page, the third
-// broken), then headings far enough down that the top of the page has none in the reading band.
+// broken), then headings far enough down that none has reached the reading line at the top.
 const QString scriptPage = QStringLiteral(
     "qQq\n\n**xy**z xy\n\nfoo `foo` foo\n\nbar\n\n```\nbar\n```\n\nİSTANBUL istanbul\n\nAlpha\n\n"
     "```mermaid\ngraph TD\n  Alpha --> Beta\n```\n\n```mmd\nsequenceDiagram\n  A->>B: hi\n```\n\n"
@@ -32,8 +32,9 @@ constexpr char diagramsShown[] =
     "  const shown = getComputedStyle(output).display === 'block' && source !== 'none';"
     "  return error && d.classList.contains('has-error') && shown ? error.textContent : '?'; })";
 
-// href, drawn in a diagram (with xlink:href), reported (relative to the page's folder)
-using LinkRow = std::tuple<QString, bool, QString>;
+// href, drawn in a diagram (with xlink:href), reported (relative to the page's folder),
+// followed by a page without host
+using LinkRow = std::tuple<QString, bool, QString, bool>;
 
 } // namespace
 
@@ -42,7 +43,8 @@ class ReaderPageTest : public QObject
     Q_OBJECT
 
     QTemporaryDir m_folder;
-    BridgeHarness m_page; // the script page, shown once for all the tests below
+    BridgeHarness m_page;      // the script page, shown once for all the tests below
+    QWebEnginePage m_hostless; // a reader page without the tarn channel, as in a browser
 
 private slots:
     void initTestCase()
@@ -53,6 +55,10 @@ private slots:
         m_page.baseURL = QUrl::fromLocalFile(m_folder.path());
         QVERIFY(m_page.show(
             page.replace("data-mermaid-id=\"tarn-mermaid-1\"", "data-mermaid-id=\"a b/c\"")));
+        QSignalSpy loaded(&m_hostless, &QWebEnginePage::loadFinished);
+        m_hostless.setHtml(render("Links."), QUrl::fromLocalFile(m_folder.filePath("page.html")));
+        QVERIFY(loaded.wait());
+        QTRY_VERIFY(evaluateAndWait(&m_hostless, "window.tarnReadyDone").toBool());
     }
 
     void searchCountsVisibleTextOnly_data()
@@ -76,45 +82,70 @@ private slots:
         QFETCH(QStringList, marks);
         const QString main = QStringLiteral("document.querySelector('main').innerHTML");
         const QString before = m_page.eval(main).toString();
-        m_page.calls.clear();
+        m_page.searchReports.clear();
         m_page.eval("tarnApplySearch(" + ReaderScripts::stringLiteral(query) + ", {})");
-        QCOMPARE(m_page.eval("Array.from(document.querySelectorAll('mark'), (m) => m.textContent)")
-                     .toStringList(),
-                 marks);
+        QTRY_COMPARE(
+            m_page.eval("Array.from(document.querySelectorAll('mark'), (m) => m.textContent)")
+                .toStringList(),
+            marks);
         // Clearing takes the marks out and joins the text back as it was.
         m_page.eval("tarnApplySearch(null)");
-        QCOMPARE(m_page.eval(main).toString(), before);
+        QTRY_COMPARE(m_page.eval(main).toString(), before);
         QCOMPARE(m_page.eval("Array.from(document.querySelectorAll('main *')).some((element) =>"
                              "  Array.from(element.childNodes).some((node) => node.nodeType === 3"
                              "    && node.nextSibling && node.nextSibling.nodeType === 3))"),
                  false);
-        const QString found = QStringLiteral("search:%1/%2").arg(marks.isEmpty() ? 0 : 1);
-        QTRY_COMPARE(m_page.calls, (QStringList{found.arg(marks.size()), "search:0/0"}));
+        const QString found = QStringLiteral("%1:%2/%3").arg(query).arg(marks.isEmpty() ? 0 : 1);
+        QTRY_COMPARE(m_page.searchReports, (QStringList{found.arg(marks.size()), ":0/0"}));
+    }
+
+    // On a long page each query cancels the search before it: only the last one is reported,
+    // with the query it belongs to, and a step asked for while it counts waits for the count.
+    // The hits are all marked in the end.
+    void searchOnALongPageIsCancelledByTheNextQuery()
+    {
+        BridgeHarness big;
+        QVERIFY(big.show(
+            render(QStringLiteral("The reader keeps its place, 中文.\n\n").repeated(50000)),
+            60000));
+        QTRY_COMPARE(big.searchReports, QStringList{":0/0"}); // after the load
+        big.searchReports.clear();
+        big.eval("for (const query of ['r', 're', 'rea', 'read', 'reade', 'reader'])"
+                 "  tarnApplySearch(query, { scrollToFirst: true });"
+                 "tarnMoveSearch('next');");
+        QTRY_COMPARE(big.searchReports, (QStringList{"reader:1/50000", "reader:2/50000"}));
+        QTRY_COMPARE_WITH_TIMEOUT(big.eval("document.querySelectorAll('mark').length").toInt(),
+                                  50000, 60000);
+        QCOMPARE(big.eval("document.querySelectorAll('main > p')[1]"
+                          ".querySelector('.tarn-search-current').textContent"),
+                 "reader");
     }
 
     void linkClicks_data()
     {
         QTest::addColumn<LinkRow>("row");
         // Every click but an in-page jump stays in the page; only four schemes reach the host.
+        // Without a host, web, mail and relative links are followed; other schemes stay put.
         // clang-format off
-        QTest::newRow("in-page anchor") << LinkRow{"#section", false, ""};
-        QTest::newRow("relative with space") << LinkRow{"sub/my notes.md", false, "sub/my%20notes.md"};
-        QTest::newRow("https") << LinkRow{"https://example.com/a?b=1", false, "https://example.com/a?b=1"};
-        QTest::newRow("mailto") << LinkRow{"mailto:someone@example.com", false, "mailto:someone@example.com"};
-        QTest::newRow("file") << LinkRow{"file:///etc/hosts", false, "file:///etc/hosts"};
-        QTest::newRow("javascript") << LinkRow{"javascript:void(0)", false, ""};
-        QTest::newRow("javascript split by a tab") << LinkRow{"java\tscript:void(0)", false, ""};
-        QTest::newRow("custom scheme") << LinkRow{"tarn-test:abc", false, ""};
-        QTest::newRow("empty") << LinkRow{"", false, ""};
-        QTest::newRow("diagram link") << LinkRow{"https://example.com/d", true, "https://example.com/d"};
-        QTest::newRow("diagram script link") << LinkRow{"javascript:void(1)", true, ""};
+        QTest::newRow("in-page anchor") << LinkRow{"#section", false, "", true};
+        QTest::newRow("relative with space") << LinkRow{"sub/my notes.md", false, "sub/my%20notes.md", true};
+        QTest::newRow("https") << LinkRow{"https://example.com/a?b=1", false, "https://example.com/a?b=1", true};
+        QTest::newRow("mailto") << LinkRow{"mailto:someone@example.com", false, "mailto:someone@example.com", true};
+        QTest::newRow("file") << LinkRow{"file:///etc/hosts", false, "file:///etc/hosts", false};
+        QTest::newRow("javascript") << LinkRow{"javascript:void(0)", false, "", false};
+        QTest::newRow("javascript split by a tab") << LinkRow{"java\tscript:void(0)", false, "", false};
+        QTest::newRow("javascript after spaces") << LinkRow{" \x01javascript:void(0)", false, "", false};
+        QTest::newRow("custom scheme") << LinkRow{"tarn-test:abc", false, "", false};
+        QTest::newRow("empty") << LinkRow{"", false, "", false};
+        QTest::newRow("diagram link") << LinkRow{"https://example.com/d", true, "https://example.com/d", true};
+        QTest::newRow("diagram script link") << LinkRow{"javascript:void(1)", true, "", false};
         // clang-format on
     }
 
     void linkClicks()
     {
         QFETCH(LinkRow, row);
-        const auto &[href, svg, reported] = row;
+        const auto &[href, svg, reported, followedWithoutHost] = row;
         m_page.calls.clear();
         // A listener after the page's own records whether the click was cancelled, then cancels
         // it anyway so the view stays on the page.
@@ -128,8 +159,9 @@ private slots:
             "  main.lastElementChild.querySelector('span, text')"
             "    .dispatchEvent(new MouseEvent('click', { bubbles: true, cancelable: true }));"
             "  return cancelled; })()");
-        QCOMPARE(m_page.eval(click.arg(ReaderScripts::stringLiteral(href), svg ? "1" : "0")),
-                 !href.startsWith('#'));
+        const QString script = click.arg(ReaderScripts::stringLiteral(href), svg ? "1" : "0");
+        QCOMPARE(m_page.eval(script), !href.startsWith('#'));
+        QCOMPARE(evaluateAndWait(&m_hostless, script), !followedWithoutHost);
         QVERIFY(m_page.sync());
         const QString folder = QUrl::fromLocalFile(m_folder.path()).toString() + u'/';
         const QUrl expected(reported.contains(u':') ? reported : folder + reported);
@@ -137,7 +169,7 @@ private slots:
                  reported.isEmpty() ? QStringList() : QStringList{"link:" + expected.toString()});
     }
 
-    // The position is reported once scrolling rests; a heading when it enters the reading band.
+    // The position is reported once scrolling rests; a heading when it reaches the reading line.
     void scrollAndHeadingReports()
     {
         m_page.calls.clear();
@@ -148,8 +180,8 @@ private slots:
         QCOMPARE(m_page.calls, QStringList());
         QTRY_COMPARE(m_page.calls, QStringList{"scroll:800"});
 
-        // Puts the heading at 20% of the view's height, inside the band; the first jump lays out
-        // the blocks above it, so that the second starts from its real place.
+        // Puts the heading at 20% of the view's height, above the reading line; the first jump lays
+        // out the blocks above it, so that the second starts from its real place.
         const QStringList visits{"heading:two", "heading:three", "heading:two"};
         for (int i = 0; i < visits.size(); ++i) {
             m_page.eval(QStringLiteral("(() => { const heading = document.getElementById('%1');"
