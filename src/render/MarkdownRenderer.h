@@ -17,6 +17,13 @@ struct TOCItem
     friend bool operator==(const TOCItem &, const TOCItem &) = default;
 };
 
+// Which grammar reads the text: Tarn's own small one, or CommonMark with GitHub's extensions.
+enum class MarkdownFlavor
+{
+    classic,
+    gfm
+};
+
 struct RenderedMarkdown
 {
     std::u16string html; // the complete, self-contained page
@@ -27,10 +34,12 @@ struct RenderedMarkdown
 namespace MarkdownRenderer {
 
 RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme = TarnTheme::businessBlue,
-                        std::u16string_view title = u"Tarn");
+                        std::u16string_view title = u"Tarn",
+                        MarkdownFlavor flavor = MarkdownFlavor::classic);
 // The same, for UTF-8 input (invalid sequences become U+FFFD).
 RenderedMarkdown render(std::string_view markdownUtf8, TarnTheme theme = TarnTheme::businessBlue,
-                        std::u16string_view title = u"Tarn");
+                        std::u16string_view title = u"Tarn",
+                        MarkdownFlavor flavor = MarkdownFlavor::classic);
 
 // Only the block fragment that goes inside <main>, for callers and tests that need no page.
 struct Fragment
@@ -40,8 +49,12 @@ struct Fragment
     std::vector<std::size_t> headingLines; // 0-based source line of each outline entry
     std::vector<std::size_t> blockLines;   // 0-based first source line of each top-level block
     bool hasMermaid = false;
+    // What the standard flavour's page needs besides the reader script.
+    bool hasMath = false;      // math elements for KaTeX
+    bool hasHighlight = false; // code blocks in a language the highlighter knows
 };
-Fragment renderFragment(std::u16string_view markdown);
+Fragment renderFragment(std::u16string_view markdown,
+                        MarkdownFlavor flavor = MarkdownFlavor::classic);
 
 std::u16string escapeHTML(std::u16string_view text);
 std::u16string escapeAttribute(std::u16string_view text);

@@ -1,5 +1,6 @@
 // The complete reader page: stylesheet with the theme palette, template, diagram library, script.
 #include "RendererInternal.h"
+#include "gfm/GfmRenderer.h"
 
 namespace TarnRender {
 namespace {
@@ -209,8 +210,10 @@ void appendBlocks(u16 &out, std::u16string_view markdown, Parser &parser)
 
 } // namespace
 
-Fragment renderFragment(std::u16string_view markdown)
+Fragment renderFragment(std::u16string_view markdown, MarkdownFlavor flavor)
 {
+    if (flavor == MarkdownFlavor::gfm)
+        return TarnGfm::renderFragment(markdown);
     Parser parser;
     Fragment fragment;
     appendBlocks(fragment.html, markdown, parser);
@@ -221,7 +224,8 @@ Fragment renderFragment(std::u16string_view markdown)
     return fragment;
 }
 
-RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16string_view title)
+RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16string_view title,
+                        MarkdownFlavor flavor)
 {
     // The blocks are written straight into the page, which is sized for typical Markdown up
     // front: a 10 MB document otherwise copies and regrows tens of megabytes.
@@ -234,20 +238,30 @@ RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16s
     page.append(u"</title>\n<style>\n");
     appendStylesheet(page, theme);
     page.append(u"\n</style>\n</head>\n<body>\n<main class=\"tarn-document\">\n");
-    Parser parser;
-    appendBlocks(page, markdown, parser);
+    Fragment fragment;
+    if (flavor == MarkdownFlavor::gfm) {
+        fragment = TarnGfm::renderFragment(markdown);
+        page.append(fragment.html);
+    } else {
+        Parser parser;
+        appendBlocks(page, markdown, parser);
+        fragment.toc = std::move(parser.toc);
+        fragment.headingLines = std::move(parser.headingLines);
+        fragment.hasMermaid = parser.hasMermaid;
+    }
     page.append(u"\n</main>\n");
-    if (parser.hasMermaid)
+    if (fragment.hasMermaid)
         page.append(inlineMermaidScript());
     page.append(u"\n<script>\n");
     page.append(readerScript());
     page.append(u"\n</script>\n</body>\n</html>");
-    return {std::move(page), std::move(parser.toc), std::move(parser.headingLines)};
+    return {std::move(page), std::move(fragment.toc), std::move(fragment.headingLines)};
 }
 
-RenderedMarkdown render(std::string_view markdownUtf8, TarnTheme theme, std::u16string_view title)
+RenderedMarkdown render(std::string_view markdownUtf8, TarnTheme theme, std::u16string_view title,
+                        MarkdownFlavor flavor)
 {
-    return render(u16v(TarnText::fromUtf8(markdownUtf8)), theme, title);
+    return render(u16v(TarnText::fromUtf8(markdownUtf8)), theme, title, flavor);
 }
 
 } // namespace MarkdownRenderer
