@@ -267,7 +267,18 @@ void AppTest::sidebar()
     QCOMPARE(names(), QStringList{"new.md"});
     f.model->setFileFilter(QString());
 
-    // A click opens the file; its row then carries the selection highlight.
+    // A click on the star toggles the favourite and opens nothing, both ways.
+    auto clickStar = [&](const QString &name) {
+        StoredFileRow *row = sidebar->rows().at(names().indexOf(name));
+        QTest::mouseClick(row, Qt::LeftButton, {}, row->starLabel()->geometry().center());
+    };
+    clickStar("new.md");
+    QCOMPARE(names(), (QStringList{"new.md", "fav.md", "old.md"}));
+    clickStar("new.md");
+    QCOMPARE(names(), (QStringList{"fav.md", "new.md", "old.md"}));
+    QVERIFY(f.model->tabs().isEmpty());
+
+    // A click elsewhere opens the file; its row then carries the selection highlight.
     f.file("old.md");
     QTest::mouseClick(sidebar->rows()[2], Qt::LeftButton, {}, QPoint(20, 10));
     QCOMPARE(f.model->selectedDocument()->url().toLocalFile(), base + "old.md");
