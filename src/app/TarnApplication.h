@@ -58,8 +58,10 @@ public:
     ContactWindow *contactWindow() const { return m_contact; }
 
     // File URLs for command-line paths, made absolute against the current folder. Paths that
-    // name no file, or a file Tarn does not open, are left out and reported on `errors`.
-    static QList<QUrl> launchURLs(const QStringList &paths, FILE *errors = nullptr);
+    // name no file, or a file Tarn does not open, are left out, reported on `errors` and added
+    // to `refused`.
+    static QList<QUrl> launchURLs(const QStringList &paths, FILE *errors = nullptr,
+                                  QList<QUrl> *refused = nullptr);
     static QString version();
 
 signals:
@@ -73,6 +75,8 @@ private:
     void showAbout();
     void onApplicationStateChanged(Qt::ApplicationState state);
     void openHandedOverFiles();
+    // Opens the documents among `paths` and alerts about the rest.
+    void openGivenFiles(const QStringList &paths);
 
     Platform &m_platform;
     TarnUsageLogger &m_logger;

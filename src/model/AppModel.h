@@ -112,6 +112,9 @@ public:
     // Opens the Markdown and text files among `urls`, in order; asks about the selected tab's
     // unsaved changes first unless the caller already did.
     void openURLs(const QList<QUrl> &urls, bool alreadyConfirmed);
+    // One "打开失败" alert for files that cannot become tabs: a missing file or a folder says
+    // so, any other is a kind of file Tarn does not open. Nothing when `urls` is empty.
+    void alertUnopenableFiles(const QList<QUrl> &urls);
     void selectTab(const QUuid &id);
     void closeTab(TarnDocument *document);
     void toggleEditing();

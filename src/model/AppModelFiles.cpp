@@ -6,6 +6,7 @@
 #include "TarnUsageLogger.h"
 #include "TextFileReader.h"
 
+#include <QFileInfo>
 #include <QMimeDatabase>
 
 namespace {
@@ -77,14 +78,12 @@ void AppModel::presentOpenPanel()
     options.nameFilters = {documentNameFilter(), QStringLiteral("所有文件 (*)")};
     const QList<QUrl> chosen = m_platform.runOpenPanel(options);
     // A file picked under "all files" that Tarn cannot show is said so, not silently dropped.
-    QStringList refused;
+    QList<QUrl> refused;
     for (const QUrl &url : chosen) {
         if (!url.isLocalFile() || !isDocumentFile(url.toLocalFile()))
-            refused << fileNameOf(url);
+            refused << url;
     }
-    if (!refused.isEmpty())
-        showAlert(QStringLiteral("打开失败"),
-                  QStringLiteral("Tarn 只能打开 Markdown 和纯文本文件：\n") + refused.join(u'\n'));
+    alertUnopenableFiles(refused);
     if (!chosen.isEmpty())
         openURLs(chosen, true);
 }
@@ -105,6 +104,24 @@ void AppModel::openURLs(const QList<QUrl> &urls, bool alreadyConfirmed)
     for (const QUrl &url : std::as_const(accepted))
         openURL(url);
     setEditing(false);
+}
+
+void AppModel::alertUnopenableFiles(const QList<QUrl> &urls)
+{
+    QStringList lines;
+    QStringList otherKinds;
+    for (const QUrl &url : urls) {
+        const QFileInfo info(url.toLocalFile());
+        // The reader words these two without touching the file's contents.
+        if (url.isLocalFile() && (!info.exists() || info.isDir()))
+            lines << TextFileReader::read(info.filePath()).errorString;
+        else
+            otherKinds << fileNameOf(url);
+    }
+    if (!otherKinds.isEmpty())
+        lines << QStringLiteral("Tarn 只能打开 Markdown 和纯文本文件：\n") + otherKinds.join(u'\n');
+    if (!lines.isEmpty())
+        showAlert(QStringLiteral("打开失败"), lines.join(u'\n'));
 }
 
 void AppModel::openURL(const QUrl &url)
