@@ -188,6 +188,9 @@ private:
     // Selection changes that leave editing and forget the page's state.
     void selectAndReset(const QUuid &id);
     void appendTab(TarnDocument *document);
+    // Where a panel about `document` starts: its folder, or else the last folder a panel chose.
+    QString panelFolder(const TarnDocument *document) const;
+    void notePanelChoice(const QUrl &chosen);
     std::optional<QUrl> runExportPanel(TarnDocument *document, const QString &title,
                                        const QString &extension, const QString &nameFilter,
                                        const QString &cancelEvent);
@@ -222,6 +225,7 @@ private:
     bool m_showOutline = true;
     QList<StoredFile> m_storedFiles;
     std::optional<AppAlert> m_alert;
+    QString m_lastPanelFolder;
     TarnTheme m_theme = TarnTheme::businessBlue;
     QHash<QString, double> m_readPositions;
     QFileSystemWatcher *m_watcher = nullptr;

@@ -76,7 +76,10 @@ void AppModel::presentOpenPanel()
     options.canChooseFiles = true;
     options.canChooseDirectories = false;
     options.nameFilters = {documentNameFilter(), QStringLiteral("所有文件 (*)")};
+    options.directory = panelFolder(selectedDocument());
     const QList<QUrl> chosen = m_platform.runOpenPanel(options);
+    if (!chosen.isEmpty())
+        notePanelChoice(chosen.constFirst());
     // A file picked under "all files" that Tarn cannot show is said so, not silently dropped.
     QList<QUrl> refused;
     for (const QUrl &url : chosen) {
@@ -104,6 +107,19 @@ void AppModel::openURLs(const QList<QUrl> &urls, bool alreadyConfirmed)
     for (const QUrl &url : std::as_const(accepted))
         openURL(url);
     setEditing(false);
+}
+
+QString AppModel::panelFolder(const TarnDocument *document) const
+{
+    if (document && document->url().isLocalFile())
+        return QFileInfo(document->url().toLocalFile()).absolutePath();
+    return m_lastPanelFolder;
+}
+
+void AppModel::notePanelChoice(const QUrl &chosen)
+{
+    if (chosen.isLocalFile())
+        m_lastPanelFolder = QFileInfo(chosen.toLocalFile()).absolutePath();
 }
 
 void AppModel::alertUnopenableFiles(const QList<QUrl> &urls)
@@ -202,9 +218,12 @@ bool AppModel::saveDocumentAs(TarnDocument *document)
     options.suggestedName = document->fileName();
     options.nameFilters = {documentNameFilter()};
     options.defaultSuffix = QStringLiteral("md");
+    options.directory = panelFolder(document);
     std::optional<QUrl> chosen = m_platform.runSavePanel(options);
-    if (chosen)
+    if (chosen) {
+        notePanelChoice(*chosen);
         chosen = withDefaultSuffix(*chosen, options.defaultSuffix);
+    }
     if (!chosen) {
         log(QStringLiteral("file.save_as.cancelled"),
             {{QStringLiteral("file"), document->fileName()}});
