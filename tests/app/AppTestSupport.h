@@ -73,4 +73,6 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void contactDetails();
     void singleInstanceKey_data();
     void singleInstanceKey();
+    void filePanels_data();
+    void filePanels();
 };
