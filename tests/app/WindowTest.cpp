@@ -139,6 +139,20 @@ void AppTest::themes()
     f.model->setTheme(TarnTheme::warm);
     QCOMPARE(checked(bar), QStringLiteral("--x-"));
     QCOMPARE(checked(tool), QStringLiteral("--x-"));
+
+    // A hovered toolbar button, the ones with menus too, is painted in the current theme's
+    // colours, not in those it was first shown with (a white square on the dark bar).
+    for (const TarnTheme theme : {TarnTheme::warm, TarnTheme::dark}) {
+        f.model->setTheme(theme);
+        for (QToolButton *button :
+             {f.toolbar.exportButton(), f.toolbar.themeButton(), f.toolbar.openButton()}) {
+            button->setAttribute(Qt::WA_UnderMouse, true);
+            const QImage image = f.toolbar.grab(button->geometry()).toImage();
+            button->setAttribute(Qt::WA_UnderMouse, false);
+            const QColor panel = image.pixelColor(4, image.height() / 2); // beside the icon
+            QCOMPARE(panel.lightnessF() < 0.5, WindowChrome::isDark(theme));
+        }
+    }
 }
 
 // The search control follows the model's query and hits; Return steps on, Shift+Return
