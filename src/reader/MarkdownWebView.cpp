@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <limits>
 
 namespace {
@@ -72,6 +73,11 @@ void MarkdownWebViewCoordinator::reloadAfterCrash(TarnWebView *view)
 void MarkdownWebViewCoordinator::updateView(TarnWebView *view, const MarkdownWebView &value)
 {
     m_parent = value;
+    // A heading jump asked for while the page loads (a link into another file) waits for it.
+    if (const auto target = value.scrollTargetID.value()) {
+        m_pendingHeadingID = *target;
+        later(this, [binding = value.scrollTargetID] { binding.assign(std::nullopt); });
+    }
     if (view->lastHTML() != value.html) {
         view->setLastHTML(value.html);
         view->setPendingInitialScrollY(value.initialScrollY);
@@ -95,10 +101,8 @@ void MarkdownWebViewCoordinator::updateView(TarnWebView *view, const MarkdownWeb
         });
     }
 
-    if (const auto target = value.scrollTargetID.value()) {
-        scrollToHeading(view, *target);
-        later(this, [binding = value.scrollTargetID] { binding.assign(std::nullopt); });
-    }
+    if (m_pendingHeadingID && m_readyLoadCount == view->loadCount())
+        scrollToHeading(view, *std::exchange(m_pendingHeadingID, std::nullopt));
 }
 
 void MarkdownWebViewCoordinator::dismantleView(TarnWebView *view)
@@ -114,13 +118,17 @@ void MarkdownWebViewCoordinator::didFinish(TarnWebView *view)
         if (!weakView)
             return;
         TarnWebView *loaded = weakView;
+        m_readyLoadCount = loaded->loadCount();
         const QString query = m_parent.searchQuery;
         loaded->setLastSearchQuery(query);
         const bool searching = isSearchable(query);
         // An empty query is applied too: the page then reports 0 of 0.
         applySearch(loaded, query, searching);
-        // The first hit wins over the remembered position.
-        if (!searching && loaded->pendingInitialScrollY() > 0) {
+        // A heading jump wins over the first hit, which wins over the remembered position.
+        if (m_pendingHeadingID) {
+            loaded->setPendingInitialScrollY(0);
+            scrollToHeading(loaded, *std::exchange(m_pendingHeadingID, std::nullopt));
+        } else if (!searching && loaded->pendingInitialScrollY() > 0) {
             const double y = loaded->pendingInitialScrollY();
             loaded->setPendingInitialScrollY(0);
             loaded->evaluate(restorePositionScript(y));

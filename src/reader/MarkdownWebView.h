@@ -103,5 +103,7 @@ private:
     MarkdownWebView m_parent;
     QString m_lastReportedHeadingID;
     std::optional<double> m_lastReportedScrollY;
+    std::optional<QString> m_pendingHeadingID;
+    int m_readyLoadCount = 0; // the view's load whose page is ready; 0: none yet
     int m_crashReloads = 0;
 };
