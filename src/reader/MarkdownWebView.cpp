@@ -13,8 +13,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -113,6 +113,10 @@ void MarkdownWebViewCoordinator::dismantleView(TarnWebView *view)
 
 void MarkdownWebViewCoordinator::didFinish(TarnWebView *view)
 {
+    // The page's "color-scheme: light dark" follows the engine's preference, which is always
+    // light here; the host gives the root element the window's appearance instead.
+    if (m_parent.darkAppearance)
+        view->evaluate(QStringLiteral("document.documentElement.style.colorScheme = \"dark\";"));
     QPointer<TarnWebView> weakView(view);
     waitForTarnReady(view, readinessAttempts, [this, weakView] {
         if (!weakView)

@@ -40,6 +40,8 @@ struct MarkdownWebView
     TarnBinding<QString> currentHeadingID;
     TarnBinding<std::optional<QString>> scrollTargetID;
     double initialScrollY = 0;
+    // The page's theme has the dark appearance: its scroll bars and controls go dark too.
+    bool darkAppearance = false;
     std::function<void(double)> onScroll;
     std::function<void(int current, int total)> onSearchResults;
     std::function<void(const QUrl &)> onOpenLink;

@@ -19,6 +19,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QScrollArea>
+#include <QSignalSpy>
 #include <QTest>
 #include <QToolButton>
 
@@ -152,6 +153,25 @@ void AppTest::themes()
             const QColor panel = image.pixelColor(4, image.height() / 2); // beside the icon
             QCOMPARE(panel.lightnessF() < 0.5, WindowChrome::isDark(theme));
         }
+    }
+
+    // So is the reader page's own scroll bar.
+    QString sections;
+    for (int i = 1; i <= 100; ++i)
+        sections += QStringLiteral("## Part %1\n\ntext\n\n").arg(i);
+    QSignalSpy ready(f.view.readerPane(), &ReaderPane::pageReady);
+    f.model->openURLs({f.file("long.md", sections)}, true);
+    for (const TarnTheme theme : {TarnTheme::dark, TarnTheme::warm}) {
+        f.model->setTheme(theme);
+        QVERIFY(ready.wait(30000));
+        TarnWebView *page = f.view.readerPane()->currentView();
+        auto scrollBar = [page] {
+            const QImage image = page->grab().toImage();
+            return image.pixelColor(image.width() - 5, image.height() / 2);
+        };
+        const QRgb background = WindowChrome::background(theme).rgb();
+        QTRY_VERIFY(scrollBar().rgb() != background && // the page is in
+                    (scrollBar().lightnessF() < 0.5) == WindowChrome::isDark(theme));
     }
 }
 
