@@ -14,6 +14,7 @@
 #include "TarnPdfExportService.h"
 #include "TarnUsageLogger.h"
 #include "TerminationSignals.h"
+#include "TextRendering.h"
 #include "TopToolbar.h"
 #include "WebEngineProcess.h"
 #include "WindowChrome.h"
@@ -243,6 +244,7 @@ void TarnApplication::configureApplication(QApplication &app)
     // Dates, sizes and file type names in Qt's dialogs follow the interface's language.
     QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
     installQtTranslations(app);
+    TextRendering::drawCffFontsUndarkened();
 }
 
 int TarnApplication::run(int &argc, char **argv, const QStringList &files)

@@ -32,7 +32,8 @@ public:
     // Runs Tarn with its window, opening `files`; hands them to a running Tarn instead when
     // there is one. Returns the exit status.
     static int run(int &argc, char **argv, const QStringList &files);
-    // Names, style and Qt's Chinese translations; call once the application object exists.
+    // Names, style, Qt's Chinese translations and text rendering; call once the application
+    // object exists.
     static void configureApplication(QApplication &app);
 
     // Every collaborator must outlive this object. Needs a QApplication. With `drafts`, unsaved

@@ -55,6 +55,7 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void enableRules_data();
     void enableRules();
     void themes();
+    void chineseTextWeight();
     void searchControl();
     void alerts();
     void tabStrip();

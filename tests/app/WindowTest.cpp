@@ -175,6 +175,35 @@ void AppTest::themes()
     }
 }
 
+// Chinese text in the editor is as heavy in the dark theme as in a light one, as Latin text is.
+void AppTest::chineseTextWeight()
+{
+    WindowFixture f;
+    f.open({"weight.md"});
+    f.model->toggleEditing();
+    TarnEditorTextView *text = f.view.editorPane()->textView();
+    text->setPlainText("中文字体粗细测试，这是一段用于检查的中文文字。");
+    // How much of the line is ink: each pixel's share of the way from background to text colour.
+    auto ink = [&](TarnTheme theme) {
+        f.model->setTheme(theme);
+        const QImage image = text->viewport()->grab().toImage();
+        const double background =
+            image.pixelColor(image.width() - 2, image.height() - 2).lightnessF();
+        const QColor pen = text->palette().color(QPalette::Text);
+        const double full = WindowChrome::over(pen, WindowChrome::background(theme)).lightnessF();
+        double sum = 0;
+        for (int y = 0; y < 60; ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                sum += (image.pixelColor(x, y).lightnessF() - background) / (full - background);
+        }
+        return sum;
+    };
+    const double light = ink(TarnTheme::businessBlue);
+    const double dark = ink(TarnTheme::dark);
+    QVERIFY2(light > 500 && qAbs(dark / light - 1) < 0.05,
+             qPrintable(QString::number(dark / light)));
+}
+
 // The search control follows the model's query and hits; Return steps on, Shift+Return
 // back; Escape empties the query, and on an empty field it is the window's.
 void AppTest::searchControl()
