@@ -9,6 +9,7 @@
 #include <QDomDocument>
 #include <QFile>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTemporaryDir>
@@ -138,7 +139,8 @@ void AppTest::singleInstanceKey()
 }
 
 // The panels start in the folder the model names, else in the home folder, never the working
-// folder; their listing is in Chinese, sizes and dates included, whatever the session's locale.
+// folder; their listing is in Chinese, sizes and dates included, whatever the session's locale;
+// what is chosen in it comes back.
 void AppTest::filePanels_data()
 {
     QTest::addColumn<bool>("save");
@@ -157,12 +159,17 @@ void AppTest::filePanels()
     note.close();
     const QString folder = inDocumentsFolder ? dir.path() : QString();
 
+    const QString chosen = save ? "new.md" : "note.md";
     QString shownFolder;
     QStringList noteRow; // the columns' texts on note.md's line
     QTimer::singleShot(0, [&] {
         auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
         QVERIFY(dialog);
-        const auto close = qScopeGuard([dialog] { dialog->reject(); }); // also on a failure
+        bool accepted = false;
+        const auto close = qScopeGuard([&] { // also on a failure
+            if (!accepted)
+                dialog->reject();
+        });
         shownFolder = dialog->directory().absolutePath();
         const QTreeView *list = dialog->findChild<QTreeView *>("treeView");
         const QAbstractItemModel *model = list->model();
@@ -179,13 +186,23 @@ void AppTest::filePanels()
         if (inDocumentsFolder) {
             QTRY_VERIFY(row().size() == 4 && !row().at(3).isEmpty());
             noteRow = row();
+            list->selectionModel()->clear(); // the save panel has the suggested name selected
+            auto *name = dialog->findChild<QLineEdit *>("fileNameEdit");
+            name->selectAll();
+            QTest::keyClicks(name, chosen);
+            QVERIFY(QMetaObject::invokeMethod(dialog, "accept"));
+            accepted = !dialog->isVisible();
         }
     });
     QtPlatform platform;
+    QList<QUrl> result;
     if (save)
-        QVERIFY(!platform.runSavePanel({"另存为", "note.md", {}, "md", folder}));
+        result << platform.runSavePanel({"另存为", "note.md", {}, "md", folder}).value_or(QUrl());
     else
-        QVERIFY(platform.runOpenPanel({"打开", true, true, false, {}, folder}).isEmpty());
+        result = platform.runOpenPanel({"打开", true, true, false, {}, folder});
+    result.removeAll(QUrl());
+    QCOMPARE(result,
+             inDocumentsFolder ? QList{QUrl::fromLocalFile(dir.filePath(chosen))} : QList<QUrl>());
 
     QCOMPARE(shownFolder, inDocumentsFolder ? QDir(dir.path()).absolutePath() : QDir::homePath());
     if (!inDocumentsFolder)
