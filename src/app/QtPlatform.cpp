@@ -1,12 +1,14 @@
 // Qt implementations of panels and alerts; D-Bus for the file manager; xbel for recent files.
 #include "QtPlatform.h"
 
+#include "FilePanelModel.h"
 #include "RecentDocuments.h"
 
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
@@ -15,8 +17,14 @@
 
 namespace {
 
-void applyNameFilters(QFileDialog &dialog, const QStringList &filters)
+void prepare(QFileDialog &dialog, const QString &directory, const QStringList &filters)
 {
+    // Qt's own dialog rather than the desktop's, whose texts follow the session's language.
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    dialog.setProxyModel(new FilePanelModel(&dialog));
+    // Never the program's working folder, which means nothing to someone who started Tarn
+    // from a file manager.
+    dialog.setDirectory(directory.isEmpty() ? QDir::homePath() : directory);
     if (filters.isEmpty())
         return;
     dialog.setNameFilters(filters);
@@ -32,7 +40,7 @@ QList<QUrl> QtPlatform::runOpenPanel(const OpenPanelOptions &options)
     dialog.setFileMode(options.canChooseDirectories      ? QFileDialog::Directory
                        : options.allowsMultipleSelection ? QFileDialog::ExistingFiles
                                                          : QFileDialog::ExistingFile);
-    applyNameFilters(dialog, options.nameFilters);
+    prepare(dialog, options.directory, options.nameFilters);
     if (dialog.exec() != QDialog::Accepted)
         return {};
     return dialog.selectedUrls();
@@ -43,7 +51,7 @@ std::optional<QUrl> QtPlatform::runSavePanel(const SavePanelOptions &options)
     QFileDialog dialog(m_window, options.title);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
-    applyNameFilters(dialog, options.nameFilters);
+    prepare(dialog, options.directory, options.nameFilters);
     dialog.setDefaultSuffix(options.defaultSuffix);
     dialog.selectFile(options.suggestedName);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedUrls().isEmpty())

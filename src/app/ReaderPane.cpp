@@ -168,6 +168,7 @@ MarkdownWebView ReaderPane::viewValue(const Page &page)
     if (!document->url().isEmpty())
         value.baseURL = document->baseURL();
     value.searchQuery = m_model.searchQuery();
+    value.darkAppearance = WindowChrome::isDark(page.renderedTheme);
     value.searchNavigationRequest.get = [model] { return model->searchNavigationRequest(); };
     value.searchNavigationRequest.set = [model](const std::optional<SearchNavigationRequest> &r) {
         model->setSearchNavigationRequest(r);

@@ -117,12 +117,17 @@ void StoredFileRow::paintEvent(QPaintEvent *)
 void StoredFileRow::mouseReleaseEvent(QMouseEvent *event)
 {
     QWidget::mouseReleaseEvent(event);
-    if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint())) {
-        // Opening may rebuild the sidebar, which deletes this row: call the model last.
-        AppModel &model = m_model;
-        const StoredFile file = m_file;
+    const QPoint at = event->position().toPoint();
+    if (event->button() != Qt::LeftButton || !rect().contains(at))
+        return;
+    // Both calls may rebuild the sidebar, which deletes this row: call the model last.
+    AppModel &model = m_model;
+    const StoredFile file = m_file;
+    // The star is small: a click a few pixels off it still means the star.
+    if (m_star->geometry().adjusted(-starSlop, -starSlop, starSlop, starSlop).contains(at))
+        model.toggleFavorite(file);
+    else
         model.openStoredFile(file);
-    }
 }
 
 void StoredFileRow::contextMenuEvent(QContextMenuEvent *event)

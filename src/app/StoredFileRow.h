@@ -1,4 +1,5 @@
-// One library entry in the sidebar: name, folder, favourite star, and its context menu.
+// One library entry in the sidebar: name, folder, favourite star, and its context menu. A click
+// on the star toggles the favourite; anywhere else on the row it opens the file.
 #pragma once
 
 #include "StoredFile.h"
@@ -42,6 +43,8 @@ protected:
     void leaveEvent(QEvent *event) override;
 
 private:
+    static constexpr int starSlop = 5;
+
     AppModel &m_model;
     StoredFile m_file;
     ElidedLabel *m_name;

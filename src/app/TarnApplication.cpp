@@ -14,6 +14,7 @@
 #include "TarnPdfExportService.h"
 #include "TarnUsageLogger.h"
 #include "TerminationSignals.h"
+#include "TextRendering.h"
 #include "TopToolbar.h"
 #include "WebEngineProcess.h"
 #include "WindowChrome.h"
@@ -86,12 +87,15 @@ QString TarnApplication::version()
     return QStringLiteral(TARN_VERSION);
 }
 
-QList<QUrl> TarnApplication::launchURLs(const QStringList &paths, FILE *errors)
+QList<QUrl> TarnApplication::launchURLs(const QStringList &paths, FILE *errors,
+                                        QList<QUrl> *refused)
 {
     QList<QUrl> urls;
-    auto report = [errors](const QString &path, const char *problem) {
+    auto report = [errors, refused](const QString &path, const char *problem) {
         if (errors)
             std::fprintf(errors, "tarn: %s: %s\n", qUtf8Printable(path), problem);
+        if (refused)
+            *refused << QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
     };
     for (const QString &path : paths) {
         if (path.isEmpty())
@@ -120,9 +124,7 @@ void TarnApplication::launch(const QStringList &files)
         window->showNormal();
     window->show();
     window->raise();
-    const QList<QUrl> urls = launchURLs(files);
-    if (!urls.isEmpty())
-        m_model->openURLs(urls, false);
+    openGivenFiles(files);
     // After the command line's files, so that opening them does not ask about a recovered draft.
     if (m_draftKeeper)
         m_draftKeeper->restore();
@@ -155,9 +157,17 @@ void TarnApplication::openHandedOverFiles()
         }
         return;
     }
-    const QList<QUrl> urls = launchURLs(std::exchange(m_handedOver, {}));
+    openGivenFiles(std::exchange(m_handedOver, {}));
+}
+
+void TarnApplication::openGivenFiles(const QStringList &paths)
+{
+    QList<QUrl> refused;
+    const QList<QUrl> urls = launchURLs(paths, nullptr, &refused);
     if (!urls.isEmpty())
         m_model->openURLs(urls, false);
+    // Started from a file manager there is no terminal to read: the window says it too.
+    m_model->alertUnopenableFiles(refused);
 }
 
 MainWindow *TarnApplication::ensureMainContentWindow()
@@ -234,12 +244,17 @@ void TarnApplication::configureApplication(QApplication &app)
     // Dates, sizes and file type names in Qt's dialogs follow the interface's language.
     QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
     installQtTranslations(app);
+    TextRendering::drawCffFontsUndarkened();
 }
 
 int TarnApplication::run(int &argc, char **argv, const QStringList &files)
 {
+    // Files that cannot open travel on too, so the window that shows up can say why.
+    QList<QUrl> refused;
+    QList<QUrl> given = launchURLs(files, stderr, &refused);
+    given << refused;
     QStringList absolute;
-    for (const QUrl &url : launchURLs(files, stderr))
+    for (const QUrl &url : std::as_const(given))
         absolute << url.toLocalFile();
     if (SingleInstance().handOver(absolute))
         return 0;

@@ -32,7 +32,8 @@ public:
     // Runs Tarn with its window, opening `files`; hands them to a running Tarn instead when
     // there is one. Returns the exit status.
     static int run(int &argc, char **argv, const QStringList &files);
-    // Names, style and Qt's Chinese translations; call once the application object exists.
+    // Names, style, Qt's Chinese translations and text rendering; call once the application
+    // object exists.
     static void configureApplication(QApplication &app);
 
     // Every collaborator must outlive this object. Needs a QApplication. With `drafts`, unsaved
@@ -58,8 +59,10 @@ public:
     ContactWindow *contactWindow() const { return m_contact; }
 
     // File URLs for command-line paths, made absolute against the current folder. Paths that
-    // name no file, or a file Tarn does not open, are left out and reported on `errors`.
-    static QList<QUrl> launchURLs(const QStringList &paths, FILE *errors = nullptr);
+    // name no file, or a file Tarn does not open, are left out, reported on `errors` and added
+    // to `refused`.
+    static QList<QUrl> launchURLs(const QStringList &paths, FILE *errors = nullptr,
+                                  QList<QUrl> *refused = nullptr);
     static QString version();
 
 signals:
@@ -73,6 +76,8 @@ private:
     void showAbout();
     void onApplicationStateChanged(Qt::ApplicationState state);
     void openHandedOverFiles();
+    // Opens the documents among `paths` and alerts about the rest.
+    void openGivenFiles(const QStringList &paths);
 
     Platform &m_platform;
     TarnUsageLogger &m_logger;

@@ -8,7 +8,28 @@
 
 #include <QHBoxLayout>
 #include <QMenu>
+#include <QStyleOptionToolButton>
 #include <QToolButton>
+
+namespace {
+
+// A button that opens its menu without the style's arrow in its corner. Not done with a style
+// sheet: a widget with one keeps the palette it had when the sheet was applied, so after a
+// switch to the dark theme its hover and pressed panels were painted in the light colours.
+class MenuToolButton : public QToolButton
+{
+public:
+    using QToolButton::QToolButton;
+
+protected:
+    void initStyleOption(QStyleOptionToolButton *option) const override
+    {
+        QToolButton::initStyleOption(option);
+        option->features &= ~QStyleOptionToolButton::HasMenu;
+    }
+};
+
+} // namespace
 
 TopToolbar::TopToolbar(AppModel &model, QWidget *parent)
     : QWidget(parent)
@@ -20,8 +41,12 @@ TopToolbar::TopToolbar(AppModel &model, QWidget *parent)
     row->setContentsMargins(10, 0, 10, 0);
     row->setSpacing(4);
 
-    auto makeButton = [this, row](const char *name, const QString &help) {
-        auto *button = new QToolButton(this);
+    auto makeButton = [this, row](const char *name, const QString &help, QMenu *menu = nullptr) {
+        QToolButton *button = menu ? new MenuToolButton(this) : new QToolButton(this);
+        if (menu) {
+            button->setMenu(menu);
+            button->setPopupMode(QToolButton::InstantPopup);
+        }
         button->setObjectName(QLatin1String(name));
         button->setToolTip(help);
         button->setText(help); // shown only when the symbol is missing
@@ -38,15 +63,12 @@ TopToolbar::TopToolbar(AppModel &model, QWidget *parent)
     m_save = makeButton("saveButton", QStringLiteral("保存"));
     connect(m_save, &QToolButton::clicked, &m_model, &AppModel::saveSelectedDocument);
 
-    m_export = makeButton("exportButton", QStringLiteral("导出"));
-    m_exportMenu = new QMenu(m_export);
+    m_exportMenu = new QMenu(this);
     m_exportMenu->addAction(QStringLiteral("导出 PDF"), &m_model,
                             &AppModel::exportSelectedDocumentAsPDF);
     m_exportMenu->addAction(QStringLiteral("导出 HTML"), &m_model,
                             &AppModel::exportSelectedDocumentAsHTML);
-    m_export->setMenu(m_exportMenu);
-    m_export->setPopupMode(QToolButton::InstantPopup);
-    m_export->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
+    m_export = makeButton("exportButton", QStringLiteral("导出"), m_exportMenu);
 
     row->addStretch(1);
     m_search = new ReaderSearchControl(m_model, this);
@@ -58,8 +80,7 @@ TopToolbar::TopToolbar(AppModel &model, QWidget *parent)
     m_edit = makeButton("editButton", QStringLiteral("编辑 Markdown"));
     connect(m_edit, &QToolButton::clicked, &m_model, &AppModel::toggleEditing);
 
-    m_theme = makeButton("themeButton", QStringLiteral("切换主题"));
-    m_themeMenu = new QMenu(m_theme);
+    m_themeMenu = new QMenu(this);
     // Check marks, not radio buttons; updateState keeps exactly one checked.
     for (const TarnTheme theme : TarnThemes::allCases) {
         const auto name = TarnThemes::displayName(theme);
@@ -71,9 +92,7 @@ TopToolbar::TopToolbar(AppModel &model, QWidget *parent)
         action->setCheckable(true);
         action->setData(int(theme));
     }
-    m_theme->setMenu(m_themeMenu);
-    m_theme->setPopupMode(QToolButton::InstantPopup);
-    m_theme->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
+    m_theme = makeButton("themeButton", QStringLiteral("切换主题"), m_themeMenu);
 
     for (auto signal : {&AppModel::selectedDocumentChanged, &AppModel::isEditingChanged,
                         &AppModel::canSaveSelectedDocumentChanged, &AppModel::showOutlineChanged,

@@ -126,6 +126,9 @@ public:
     // Opens the Markdown and text files among `urls`, in order; asks about the selected tab's
     // unsaved changes first unless the caller already did.
     void openURLs(const QList<QUrl> &urls, bool alreadyConfirmed);
+    // One "打开失败" alert for files that cannot become tabs: a missing file or a folder says
+    // so, any other is a kind of file Tarn does not open. Nothing when `urls` is empty.
+    void alertUnopenableFiles(const QList<QUrl> &urls);
     void selectTab(const QUuid &id);
     void closeTab(TarnDocument *document);
     void toggleEditing();
@@ -202,6 +205,9 @@ private:
     // Selection changes that leave editing and forget the page's state.
     void selectAndReset(const QUuid &id);
     void appendTab(TarnDocument *document);
+    // Where a panel about `document` starts: its folder, or else the last folder a panel chose.
+    QString panelFolder(const TarnDocument *document) const;
+    void notePanelChoice(const QUrl &chosen);
     std::optional<QUrl> runExportPanel(TarnDocument *document, const QString &title,
                                        const QString &extension, const QString &nameFilter,
                                        const QString &cancelEvent);
@@ -238,6 +244,7 @@ private:
     bool m_showOutline = true;
     QList<StoredFile> m_storedFiles;
     std::optional<AppAlert> m_alert;
+    QString m_lastPanelFolder;
     TarnTheme m_theme = TarnTheme::businessBlue;
     QHash<QString, double> m_readPositions;
     QFileSystemWatcher *m_watcher = nullptr;

@@ -20,11 +20,14 @@ std::optional<QUrl> AppModel::runExportPanel(TarnDocument *document, const QStri
     options.suggestedName = document->title() + QLatin1Char('.') + extension;
     options.nameFilters = {nameFilter};
     options.defaultSuffix = extension;
+    options.directory = panelFolder(document);
     std::optional<QUrl> chosen = m_platform.runSavePanel(options);
-    if (chosen)
+    if (chosen) {
+        notePanelChoice(*chosen);
         chosen = withDefaultSuffix(*chosen, extension);
-    else
+    } else {
         log(cancelEvent, {{QStringLiteral("file"), document->fileName()}});
+    }
     return chosen;
 }
 

@@ -6,6 +6,7 @@
 #include "TarnUsageLogger.h"
 #include "TextFileReader.h"
 
+#include <QFileInfo>
 #include <QMimeDatabase>
 
 namespace {
@@ -75,16 +76,17 @@ void AppModel::presentOpenPanel()
     options.canChooseFiles = true;
     options.canChooseDirectories = false;
     options.nameFilters = {documentNameFilter(), QStringLiteral("所有文件 (*)")};
+    options.directory = panelFolder(selectedDocument());
     const QList<QUrl> chosen = m_platform.runOpenPanel(options);
+    if (!chosen.isEmpty())
+        notePanelChoice(chosen.constFirst());
     // A file picked under "all files" that Tarn cannot show is said so, not silently dropped.
-    QStringList refused;
+    QList<QUrl> refused;
     for (const QUrl &url : chosen) {
         if (!url.isLocalFile() || !isDocumentFile(url.toLocalFile()))
-            refused << fileNameOf(url);
+            refused << url;
     }
-    if (!refused.isEmpty())
-        showAlert(QStringLiteral("打开失败"),
-                  QStringLiteral("Tarn 只能打开 Markdown 和纯文本文件：\n") + refused.join(u'\n'));
+    alertUnopenableFiles(refused);
     if (!chosen.isEmpty())
         openURLs(chosen, true);
 }
@@ -105,6 +107,37 @@ void AppModel::openURLs(const QList<QUrl> &urls, bool alreadyConfirmed)
     for (const QUrl &url : std::as_const(accepted))
         openURL(url);
     setEditing(false);
+}
+
+QString AppModel::panelFolder(const TarnDocument *document) const
+{
+    if (document && document->url().isLocalFile())
+        return QFileInfo(document->url().toLocalFile()).absolutePath();
+    return m_lastPanelFolder;
+}
+
+void AppModel::notePanelChoice(const QUrl &chosen)
+{
+    if (chosen.isLocalFile())
+        m_lastPanelFolder = QFileInfo(chosen.toLocalFile()).absolutePath();
+}
+
+void AppModel::alertUnopenableFiles(const QList<QUrl> &urls)
+{
+    QStringList lines;
+    QStringList otherKinds;
+    for (const QUrl &url : urls) {
+        const QFileInfo info(url.toLocalFile());
+        // The reader words these two without touching the file's contents.
+        if (url.isLocalFile() && (!info.exists() || info.isDir()))
+            lines << TextFileReader::read(info.filePath()).errorString;
+        else
+            otherKinds << fileNameOf(url);
+    }
+    if (!otherKinds.isEmpty())
+        lines << QStringLiteral("Tarn 只能打开 Markdown 和纯文本文件：\n") + otherKinds.join(u'\n');
+    if (!lines.isEmpty())
+        showAlert(QStringLiteral("打开失败"), lines.join(u'\n'));
 }
 
 void AppModel::openURL(const QUrl &url)
@@ -185,9 +218,12 @@ bool AppModel::saveDocumentAs(TarnDocument *document)
     options.suggestedName = document->fileName();
     options.nameFilters = {documentNameFilter()};
     options.defaultSuffix = QStringLiteral("md");
+    options.directory = panelFolder(document);
     std::optional<QUrl> chosen = m_platform.runSavePanel(options);
-    if (chosen)
+    if (chosen) {
+        notePanelChoice(*chosen);
         chosen = withDefaultSuffix(*chosen, options.defaultSuffix);
+    }
     if (!chosen) {
         log(QStringLiteral("file.save_as.cancelled"),
             {{QStringLiteral("file"), document->fileName()}});

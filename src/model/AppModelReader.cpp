@@ -1,6 +1,7 @@
 // AppModel's reader-facing operations: followed links, in-page search state, outline jumps.
 #include "AppModel.h"
 
+#include "MarkdownRenderer.h"
 #include "Platform.h"
 
 #include <QDir>
@@ -8,6 +9,36 @@
 #include <QUuid>
 
 #include <algorithm>
+
+namespace {
+
+std::vector<TOCItem> outlineOf(const QString &markdown)
+{
+    return MarkdownRenderer::renderFragment(
+               std::u16string_view(reinterpret_cast<const char16_t *>(markdown.utf16()),
+                                   std::size_t(markdown.size())))
+        .toc;
+}
+
+// The outline entry that a link's "#fragment" names: by its id, or by the slug a heading with
+// the fragment's text would get, so "#目标锚点" and "#Target Anchor" both find their heading.
+std::optional<QString> headingNamedBy(const QString &markdown, const QString &fragment)
+{
+    if (fragment.trimmed().isEmpty())
+        return std::nullopt;
+    const std::vector<TOCItem> asHeading = outlineOf(QStringLiteral("# ") + fragment);
+    const std::u16string slug = asHeading.empty() ? std::u16string() : asHeading.front().id;
+    const std::vector<TOCItem> outline = outlineOf(markdown);
+    for (const std::u16string &wanted : {fragment.toStdU16String(), slug}) {
+        for (const TOCItem &item : outline) {
+            if (item.id == wanted)
+                return QString::fromStdU16String(item.id);
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
 
 void AppModel::openLink(const QUrl &url, TarnDocument *fromDocument)
 {
@@ -33,10 +64,17 @@ void AppModel::openLink(const QUrl &url, TarnDocument *fromDocument)
         return;
     }
     log(QStringLiteral("link.open.local"), metadata);
-    if (!info.isDir() && isDocumentFile(path))
+    if (!info.isDir() && isDocumentFile(path)) {
         openURLs({standardized}, false);
-    else
+        // "file.md#heading": the reader jumps there once the page shows.
+        TarnDocument *opened = selectedDocument();
+        if (opened && opened->url() == standardized && url.hasFragment()) {
+            if (const auto id = headingNamedBy(opened->content(), url.fragment(QUrl::FullyDecoded)))
+                setScrollTargetID(*id);
+        }
+    } else {
         m_platform.openWithDefaultHandler(standardized);
+    }
 }
 
 void AppModel::clearSearch()

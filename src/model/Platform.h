@@ -16,6 +16,7 @@ struct OpenPanelOptions
     bool canChooseFiles = true;
     bool canChooseDirectories = false;
     QStringList nameFilters; // "Label (*.a *.b)" each; the first is preselected; empty: any file
+    QString directory;       // the folder shown first; empty: the platform's choice
 };
 
 struct SavePanelOptions
@@ -24,6 +25,7 @@ struct SavePanelOptions
     QString suggestedName; // preset in the name field
     QStringList nameFilters;
     QString defaultSuffix; // added to a typed name that has no extension
+    QString directory;     // the folder shown first; empty: the platform's choice
 };
 
 enum class AlertStyle

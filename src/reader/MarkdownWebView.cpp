@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -89,6 +90,11 @@ void MarkdownWebViewCoordinator::reloadAfterCrash(TarnWebView *view)
 void MarkdownWebViewCoordinator::updateView(TarnWebView *view, const MarkdownWebView &value)
 {
     m_parent = value;
+    // A heading jump asked for while the page loads (a link into another file) waits for it.
+    if (const auto target = value.scrollTargetID.value()) {
+        m_pendingHeadingID = *target;
+        later(this, [binding = value.scrollTargetID] { binding.assign(std::nullopt); });
+    }
     if (view->lastHTML() != value.html) {
         view->setLastHTML(value.html);
         view->setPendingInitialScrollY(value.initialScrollY);
@@ -112,10 +118,8 @@ void MarkdownWebViewCoordinator::updateView(TarnWebView *view, const MarkdownWeb
         });
     }
 
-    if (const auto target = value.scrollTargetID.value()) {
-        scrollToHeading(view, *target);
-        later(this, [binding = value.scrollTargetID] { binding.assign(std::nullopt); });
-    }
+    if (m_pendingHeadingID && m_readyLoadCount == view->loadCount())
+        scrollToHeading(view, *std::exchange(m_pendingHeadingID, std::nullopt));
 }
 
 void MarkdownWebViewCoordinator::dismantleView(TarnWebView *view)
@@ -126,18 +130,26 @@ void MarkdownWebViewCoordinator::dismantleView(TarnWebView *view)
 
 void MarkdownWebViewCoordinator::didFinish(TarnWebView *view)
 {
+    // The page's "color-scheme: light dark" follows the engine's preference, which is always
+    // light here; the host gives the root element the window's appearance instead.
+    if (m_parent.darkAppearance)
+        view->evaluate(QStringLiteral("document.documentElement.style.colorScheme = \"dark\";"));
     const ViewGuard weakView(view);
     waitForTarnReady(view, readinessAttempts, [this, weakView] {
         if (!weakView)
             return;
         TarnWebView *loaded = weakView.get();
+        m_readyLoadCount = loaded->loadCount();
         const QString query = m_parent.searchQuery;
         loaded->setLastSearchQuery(query);
         const bool searching = isSearchable(query);
         // An empty query is applied too: the page then reports 0 of 0.
         applySearch(loaded, query, searching);
-        // The first hit wins over the remembered position.
-        if (!searching && loaded->pendingInitialScrollY() > 0) {
+        // A heading jump wins over the first hit, which wins over the remembered position.
+        if (m_pendingHeadingID) {
+            loaded->setPendingInitialScrollY(0);
+            scrollToHeading(loaded, *std::exchange(m_pendingHeadingID, std::nullopt));
+        } else if (!searching && loaded->pendingInitialScrollY() > 0) {
             const double y = loaded->pendingInitialScrollY();
             loaded->setPendingInitialScrollY(0);
             loaded->evaluate(restorePositionScript(y));

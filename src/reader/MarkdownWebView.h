@@ -40,6 +40,8 @@ struct MarkdownWebView
     TarnBinding<QString> currentHeadingID;
     TarnBinding<std::optional<QString>> scrollTargetID;
     double initialScrollY = 0;
+    // The page's theme has the dark appearance: its scroll bars and controls go dark too.
+    bool darkAppearance = false;
     std::function<void(double)> onScroll;
     std::function<void(int current, int total)> onSearchResults;
     std::function<void(const QUrl &)> onOpenLink;
@@ -103,5 +105,7 @@ private:
     MarkdownWebView m_parent;
     QString m_lastReportedHeadingID;
     std::optional<double> m_lastReportedScrollY;
+    std::optional<QString> m_pendingHeadingID;
+    int m_readyLoadCount = 0; // the view's load whose page is ready; 0: none yet
     int m_crashReloads = 0;
 };

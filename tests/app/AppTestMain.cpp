@@ -1,5 +1,6 @@
 // Runs the window, menu and desktop services tests in one binary.
 #include "AppTestSupport.h"
+#include "TarnApplication.h"
 #include "WebEngineProcess.h"
 
 #include <QApplication>
@@ -12,6 +13,8 @@ int main(int argc, char **argv)
     configureWebEngineForProcess();
     QStandardPaths::setTestModeEnabled(true);
     QApplication app(argc, argv);
+    // The program's style, locale and Qt translations, which its dialogs are seen in.
+    TarnApplication::configureApplication(app);
     AppTest test;
     return QTest::qExec(&test, argc, argv);
 }

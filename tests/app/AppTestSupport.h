@@ -56,6 +56,7 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void enableRules_data();
     void enableRules();
     void themes();
+    void chineseTextWeight();
     void searchControl();
     void alerts();
     void tabStrip();
@@ -74,4 +75,6 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void contactDetails();
     void singleInstanceKey_data();
     void singleInstanceKey();
+    void filePanels_data();
+    void filePanels();
 };

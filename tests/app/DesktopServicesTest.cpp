@@ -1,15 +1,22 @@
 // The freedesktop recent-files list, reading the contact details and the single-instance key.
 #include "AppTestSupport.h"
 #include "ContactWindow.h"
+#include "QtPlatform.h"
 #include "RecentDocuments.h"
 #include "SingleInstance.h"
 
 #include <QDir>
 #include <QDomDocument>
 #include <QFile>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
+#include <QTimer>
+#include <QTreeView>
 
 #include <unistd.h>
 
@@ -129,4 +136,79 @@ void AppTest::singleInstanceKey()
     set("WAYLAND_DISPLAY", saved[0]);
     set("DISPLAY", saved[1]);
     QCOMPARE(key, QStringLiteral("tarn-%1").arg(::getuid()) + suffix);
+}
+
+// The panels start in the folder the model names, else in the home folder, never the working
+// folder; their listing is in Chinese, sizes and dates included, whatever the session's locale;
+// what is chosen in it comes back.
+void AppTest::filePanels_data()
+{
+    QTest::addColumn<bool>("save");
+    QTest::addColumn<bool>("inDocumentsFolder");
+    QTest::newRow("open, document's folder") << false << true;
+    QTest::newRow("save, document's folder") << true << true;
+    QTest::newRow("open, no folder given") << false << false;
+}
+void AppTest::filePanels()
+{
+    QFETCH(bool, save);
+    QFETCH(bool, inDocumentsFolder);
+    QTemporaryDir dir;
+    QFile note(dir.filePath("note.md"));
+    QVERIFY(note.open(QIODevice::WriteOnly) && note.write(QByteArray(375, 'x')) == 375);
+    note.close();
+    const QString folder = inDocumentsFolder ? dir.path() : QString();
+
+    const QString chosen = save ? "new.md" : "note.md";
+    QString shownFolder;
+    QStringList noteRow; // the columns' texts on note.md's line
+    QTimer::singleShot(0, [&] {
+        auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        bool accepted = false;
+        const auto close = qScopeGuard([&] { // also on a failure
+            if (!accepted)
+                dialog->reject();
+        });
+        shownFolder = dialog->directory().absolutePath();
+        const QTreeView *list = dialog->findChild<QTreeView *>("treeView");
+        const QAbstractItemModel *model = list->model();
+        auto row = [&] {
+            QStringList texts;
+            for (int r = 0; r < model->rowCount(list->rootIndex()); ++r) {
+                if (model->index(r, 0, list->rootIndex()).data() == "note.md") {
+                    for (int c = 0; c < model->columnCount(list->rootIndex()); ++c)
+                        texts << model->index(r, c, list->rootIndex()).data().toString();
+                }
+            }
+            return texts;
+        };
+        if (inDocumentsFolder) {
+            QTRY_VERIFY(row().size() == 4 && !row().at(3).isEmpty());
+            noteRow = row();
+            list->selectionModel()->clear(); // the save panel has the suggested name selected
+            auto *name = dialog->findChild<QLineEdit *>("fileNameEdit");
+            name->selectAll();
+            QTest::keyClicks(name, chosen);
+            QVERIFY(QMetaObject::invokeMethod(dialog, "accept"));
+            accepted = !dialog->isVisible();
+        }
+    });
+    QtPlatform platform;
+    QList<QUrl> result;
+    if (save)
+        result << platform.runSavePanel({"另存为", "note.md", {}, "md", folder}).value_or(QUrl());
+    else
+        result = platform.runOpenPanel({"打开", true, true, false, {}, folder});
+    result.removeAll(QUrl());
+    QCOMPARE(result,
+             inDocumentsFolder ? QList{QUrl::fromLocalFile(dir.filePath(chosen))} : QList<QUrl>());
+
+    QCOMPARE(shownFolder, inDocumentsFolder ? QDir(dir.path()).absolutePath() : QDir::homePath());
+    if (!inDocumentsFolder)
+        return;
+    QCOMPARE(noteRow.size(), 4);
+    QVERIFY2(noteRow.at(1).contains("375") && noteRow.at(1).contains("字节"),
+             qPrintable(noteRow.at(1)));
+    QVERIFY2(!noteRow.at(3).contains(QRegularExpression("[A-Za-z]")), qPrintable(noteRow.at(3)));
 }

@@ -186,6 +186,11 @@ private slots:
                  QByteArray("tarn: missing.md: no such file\n"
                             "tarn: pic.png: not a Markdown or text file\n"));
         QTRY_COMPARE_WITH_TIMEOUT(xdotool({"getwindowname", window}), "b — Tarn", kTimeout);
+        // The window names them too, in an alert that Return dismisses.
+        QString refused;
+        QTRY_VERIFY_WITH_TIMEOUT(!(refused = otherWindow(process, window)).isEmpty(), kTimeout);
+        input(refused, "Return");
+        QTRY_VERIFY_WITH_TIMEOUT(windowsOf(process) == QStringList{window}, kTimeout);
 
         // The window's content is 1180 × 760 below the menu bar; the tab bar (34) comes first,
         // then a hairline and the toolbar (42) whose buttons are 30 wide, 4 apart, from x = 10.

@@ -9,6 +9,7 @@
 #include "TarnEditorTextView.h"
 #include "WindowChrome.h"
 
+#include <QDir>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -106,15 +107,31 @@ void AppTest::editCommandsReachTheEditor()
     QCOMPARE(f.item(C::undo)->text(), QStringLiteral("撤销"));
 }
 
-// The launched program: files handed over while a dialog is open wait until it closes; the
+// The launched program: files that cannot open are named in an alert; files handed over while a
+// dialog is open wait until it closes; the
 // contact window, from the menu, follows the theme; Ctrl+Q and Ctrl+Shift+W with an unsaved tab ask
 // first, and cancelling keeps the window, the tab and its draft.
 void AppTest::launchedProgram()
 {
     AppHarness app;
     TarnApplication tarn(*app.settings, app.platform, app.pdf, *app.logger);
-    tarn.launch({app.file("a.md").toLocalFile()});
+    // Files that cannot open, given at start or by another launch, are named in the window.
+    tarn.launch(
+        {app.file("a.md").toLocalFile(), app.path("gone.md"), app.file("photo.png").toLocalFile()});
     MainWindow *window = tarn.mainWindow();
+    auto dismissAlert = [&](const QString &message) {
+        QMessageBox *alert = window->contentView()->alertBox();
+        QTRY_VERIFY(alert && alert->isVisible());
+        QCOMPARE(alert->text(), QStringLiteral("打开失败"));
+        QCOMPARE(alert->informativeText(), message);
+        alert->buttons().first()->click();
+    };
+    dismissAlert("文件“gone.md”不存在。\nTarn 只能打开 Markdown 和纯文本文件：\nphoto.png");
+    QCOMPARE(tarn.model().tabs().size(), 1);
+    QVERIFY(QDir(app.dir.path()).mkdir("notes"));
+    tarn.openFromAnotherLaunch({app.path("notes")});
+    dismissAlert("“notes”是文件夹，不是文本文件。");
+
     QMessageBox box(QMessageBox::Information, "Tarn", "dialog", QMessageBox::Ok, window);
     box.open();
     tarn.openFromAnotherLaunch({app.file("b.md").toLocalFile()});

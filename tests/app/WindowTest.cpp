@@ -199,6 +199,68 @@ void AppTest::themes()
     f.model->setTheme(TarnTheme::warm);
     QCOMPARE(checked(bar), QStringLiteral("--x-"));
     QCOMPARE(checked(tool), QStringLiteral("--x-"));
+
+    // A hovered toolbar button, the ones with menus too, is painted in the current theme's
+    // colours, not in those it was first shown with (a white square on the dark bar).
+    for (const TarnTheme theme : {TarnTheme::warm, TarnTheme::dark}) {
+        f.model->setTheme(theme);
+        for (QToolButton *button :
+             {f.toolbar.exportButton(), f.toolbar.themeButton(), f.toolbar.openButton()}) {
+            button->setAttribute(Qt::WA_UnderMouse, true);
+            const QImage image = f.toolbar.grab(button->geometry()).toImage();
+            button->setAttribute(Qt::WA_UnderMouse, false);
+            const QColor panel = image.pixelColor(4, image.height() / 2); // beside the icon
+            QCOMPARE(panel.lightnessF() < 0.5, WindowChrome::isDark(theme));
+        }
+    }
+
+    // So is the reader page's own scroll bar.
+    QString sections;
+    for (int i = 1; i <= 100; ++i)
+        sections += QStringLiteral("## Part %1\n\ntext\n\n").arg(i);
+    QSignalSpy ready(f.view.readerPane(), &ReaderPane::pageReady);
+    f.model->openURLs({f.file("long.md", sections)}, true);
+    for (const TarnTheme theme : {TarnTheme::dark, TarnTheme::warm}) {
+        f.model->setTheme(theme);
+        QVERIFY(ready.wait(30000));
+        TarnWebView *page = f.view.readerPane()->currentView();
+        auto scrollBar = [page] {
+            const QImage image = page->grab().toImage();
+            return image.pixelColor(image.width() - 5, image.height() / 2);
+        };
+        const QRgb background = WindowChrome::background(theme).rgb();
+        QTRY_VERIFY(scrollBar().rgb() != background && // the page is in
+                    (scrollBar().lightnessF() < 0.5) == WindowChrome::isDark(theme));
+    }
+}
+
+// Chinese text in the editor is as heavy in the dark theme as in a light one, as Latin text is.
+void AppTest::chineseTextWeight()
+{
+    WindowFixture f;
+    f.open({"weight.md"});
+    f.model->toggleEditing();
+    TarnEditorTextView *text = f.view.editorPane()->textView();
+    text->setPlainText("中文字体粗细测试，这是一段用于检查的中文文字。");
+    // How much of the line is ink: each pixel's share of the way from background to text colour.
+    auto ink = [&](TarnTheme theme) {
+        f.model->setTheme(theme);
+        const QImage image = text->viewport()->grab().toImage();
+        const double background =
+            image.pixelColor(image.width() - 2, image.height() - 2).lightnessF();
+        const QColor pen = text->palette().color(QPalette::Text);
+        const double full = WindowChrome::over(pen, WindowChrome::background(theme)).lightnessF();
+        double sum = 0;
+        for (int y = 0; y < 60; ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                sum += (image.pixelColor(x, y).lightnessF() - background) / (full - background);
+        }
+        return sum;
+    };
+    const double light = ink(TarnTheme::businessBlue);
+    const double dark = ink(TarnTheme::dark);
+    QVERIFY2(light > 500 && qAbs(dark / light - 1) < 0.05,
+             qPrintable(QString::number(dark / light)));
 }
 
 // The search control follows the model's query and hits; Return steps on, Shift+Return
@@ -328,7 +390,18 @@ void AppTest::sidebar()
     QCOMPARE(names(), QStringList{"new.md"});
     f.model->setFileFilter(QString());
 
-    // A click opens the file; its row then carries the selection highlight.
+    // A click on the star toggles the favourite and opens nothing, both ways.
+    auto clickStar = [&](const QString &name) {
+        StoredFileRow *row = sidebar->rows().at(names().indexOf(name));
+        QTest::mouseClick(row, Qt::LeftButton, {}, row->starLabel()->geometry().center());
+    };
+    clickStar("new.md");
+    QCOMPARE(names(), (QStringList{"new.md", "fav.md", "old.md"}));
+    clickStar("new.md");
+    QCOMPARE(names(), (QStringList{"fav.md", "new.md", "old.md"}));
+    QVERIFY(f.model->tabs().isEmpty());
+
+    // A click elsewhere opens the file; its row then carries the selection highlight.
     f.file("old.md");
     QTest::mouseClick(sidebar->rows()[2], Qt::LeftButton, {}, QPoint(20, 10));
     QCOMPARE(f.model->selectedDocument()->url().toLocalFile(), base + "old.md");

@@ -148,6 +148,26 @@ private slots:
         QCOMPARE(panel.nameFilters, QStringList{AppModel::documentNameFilter()});
     }
 
+    // Open, save-as and export panels start in the document's folder; with none selected, in
+    // the folder a panel last chose from.
+    void panelsStartInTheDocumentsFolder()
+    {
+        ModelHarness h;
+        QDir(h.dir.path()).mkdir("notes");
+        QDir(h.dir.path()).mkdir("elsewhere");
+        h.model->presentOpenPanel();
+        h.model->openURLs({h.file("notes/n.md", "n")}, false);
+        h.platform.savePanelAnswers = {h.url("elsewhere/copy.md")};
+        h.model->saveDocumentAs(h.model->selectedDocument());
+        h.model->exportSelectedDocumentAsHTML();
+        h.model->closeTab(h.model->selectedDocument());
+        h.model->presentOpenPanel();
+        QCOMPARE(h.platform.openPanels.at(0).directory, QString());
+        QCOMPARE(h.platform.savePanels.at(0).directory, h.path("notes"));
+        QCOMPARE(h.platform.savePanels.at(1).directory, h.path("notes"));
+        QCOMPARE(h.platform.openPanels.at(1).directory, h.path("elsewhere"));
+    }
+
     void closeTabNeighbour_data()
     {
         QTest::addColumn<CloseRow>("row"); // tabs, selected, closed, selected after (-1: none)

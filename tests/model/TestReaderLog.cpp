@@ -147,6 +147,38 @@ private slots:
         }
     }
 
+    // A link into another file's heading opens the file with the reader sent to that heading,
+    // named by its id or by its text, written raw or percent-encoded.
+    void linkToAHeading_data()
+    {
+        QTest::addColumn<QString>("link");
+        QTest::addColumn<QString>("heading"); // empty: no jump
+        QTest::newRow("raw") << "long.md#目标锚点"
+                             << "目标锚点";
+        QTest::newRow("percent-encoded") << "long.md#%E7%9B%AE%E6%A0%87%E9%94%9A%E7%82%B9"
+                                         << "目标锚点";
+        QTest::newRow("second of the same name") << "long.md#目标锚点-2"
+                                                 << "目标锚点-2";
+        QTest::newRow("heading text") << "long.md#Target%20Anchor"
+                                      << "target-anchor";
+        QTest::newRow("no such heading") << "long.md#nowhere"
+                                         << "";
+        QTest::newRow("no fragment") << "long.md"
+                                     << "";
+    }
+    void linkToAHeading()
+    {
+        QFETCH(QString, link);
+        QFETCH(QString, heading);
+        ModelHarness h;
+        h.file("long.md", "# 开头\n\n## 目标锚点\n\n## Target Anchor\n\n## 目标锚点\n");
+        h.model->openURLs({h.file("index.md", "index")}, false);
+        TarnDocument *source = h.model->selectedDocument();
+        h.model->openLink(source->baseURL().resolved(QUrl(link)), source);
+        QCOMPARE(h.model->selectedDocument()->fileName(), QStringLiteral("long.md"));
+        QCOMPARE(h.model->scrollTargetID().value_or(QString()), heading);
+    }
+
     // Both exports render the unsaved draft, as the reader shows it.
     void exportsRenderTheDraft()
     {

@@ -115,6 +115,17 @@ private slots:
         QCOMPARE(eval("document.querySelector('h1').textContent").toString(), "Saved again");
     }
 
+    // A link into another file's heading opens that file at the heading, not at its top.
+    void linkIntoAnotherFilesHeading()
+    {
+        file("long.md", (longDocument(20) + "## 目标锚点\n\n" + longDocument(20)).toUtf8());
+        QVERIFY(open("index.md", "[long](long.md#目标锚点)\n"));
+        QVERIFY(reloads([this] { eval("document.links[0].click()"); }));
+        QCOMPARE(selected()->fileName(), "long.md");
+        QTRY_VERIFY(eval(headingAtTop("目标锚点")).toBool());
+        QVERIFY(!model()->scrollTargetID().has_value());
+    }
+
     // The outline lists the headings, marks the current one, and a click scrolls the page; the
     // position reached is restored once the images are in, though a tall one stands above.
     void outlineAndPositionBelowATallImage()
