@@ -16,7 +16,6 @@
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QSaveFile>
 
 namespace TarnCommandLine {
@@ -40,16 +39,27 @@ void print(FILE *stream, const QString &text)
     std::fflush(stream);
 }
 
-// One line: {"file": ..., "outline": [{"id": ..., "title": ..., "level": ...}, ...]}.
+// One JSON value as QJsonDocument writes it: strings escaped, integers as integers.
+QByteArray jsonValue(const QJsonValue &value)
+{
+    // A document holds an array or an object; the value is written as a one-element array.
+    const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return array.mid(1, array.size() - 2);
+}
+
+// {"file": ..., "outline": [{"id": ..., "title": ..., "level": ...}, ...]} and a newline. The
+// members are written in turn because QJsonObject would sort their keys.
 QByteArray outlineJson(const QString &file, const std::vector<TOCItem> &toc)
 {
-    QJsonArray outline;
-    for (const TOCItem &item : toc)
-        outline.append(QJsonObject{{QStringLiteral("id"), toQString(item.id)},
-                                   {QStringLiteral("title"), toQString(item.title)},
-                                   {QStringLiteral("level"), qint64(item.level)}});
-    const QJsonObject line{{QStringLiteral("file"), file}, {QStringLiteral("outline"), outline}};
-    return QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
+    QByteArray line = "{\"file\": " + jsonValue(file) + ", \"outline\": [";
+    for (std::size_t i = 0; i < toc.size(); ++i) {
+        if (i > 0)
+            line += ", ";
+        line += "{\"id\": " + jsonValue(toQString(toc[i].id)) +
+                ", \"title\": " + jsonValue(toQString(toc[i].title)) +
+                ", \"level\": " + jsonValue(qint64(toc[i].level)) + '}';
+    }
+    return line + "]}\n";
 }
 
 QString defaultTitle(const QString &input)
