@@ -104,6 +104,30 @@ private slots:
         next.model->openURLs({h.url("a.md")}, false);
         QVERIFY(next.model->showsFlavorHint());
     }
+
+    // The closed hints as stored: a list of paths; anything else closes none.
+    void closedHintsAreReadStrictly_data()
+    {
+        QTest::addColumn<QByteArray>("stored"); // "%1" is the document's path
+        QTest::addColumn<bool>("shows");
+        QTest::newRow("closed") << QByteArray(R"(["/elsewhere.md","%1"])") << false;
+        QTest::newRow("another file") << QByteArray(R"(["/elsewhere.md"])") << true;
+        QTest::newRow("an entry not a path") << QByteArray(R"(["%1",3])") << true;
+        QTest::newRow("not a list") << QByteArray(R"({"%1":true})") << true;
+        QTest::newRow("not JSON") << QByteArray("%1") << true;
+    }
+    void closedHintsAreReadStrictly()
+    {
+        QFETCH(QByteArray, stored);
+        QFETCH(bool, shows);
+        ModelHarness h;
+        const QUrl url = h.file("a.md", underlined);
+        h.settings->setValue("tarn.flavorHintClosed",
+                             QByteArray(stored).replace("%1", url.toLocalFile().toUtf8()));
+        h.model = std::make_unique<AppModel>(*h.settings, h.platform, h.pdf, *h.logger, testClock);
+        h.model->openURLs({url}, false);
+        QCOMPARE(h.model->showsFlavorHint(), shows);
+    }
 };
 
 MODEL_TEST_RUNNER(TestFlavor)
