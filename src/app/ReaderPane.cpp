@@ -276,7 +276,10 @@ void ReaderPane::showPage(Page &page, bool shownBefore)
     m_stack->setCurrentWidget(page.view);
     const int loadsBefore = page.view->loadCount();
     page.coordinator->updateView(page.view, value);
-    if (shownBefore || page.view->loadCount() != loadsBefore || page.view->loader().isLoading())
+    const bool reloading = page.view->loadCount() != loadsBefore || page.view->loader().isLoading();
+    if (!reloading)
+        page.headingAfterLoad.clear(); // back in the flavour it was loaded in: still in place
+    if (shownBefore || reloading)
         return;
 
     // A page shown again kept its marks and heading, but the model forgot both when the tab
