@@ -1,6 +1,7 @@
 // The command-line interface: argument parsing and the conversions that need no window.
 #pragma once
 
+#include "MarkdownRenderer.h"
 #include "TarnTheme.h"
 
 #include <QString>
@@ -25,6 +26,7 @@ struct Options
 {
     Mode mode = Mode::Window;
     TarnTheme theme = TarnTheme::businessBlue;
+    MarkdownFlavor flavor = MarkdownFlavor::classic;
     std::optional<QString> title;
     std::optional<QString> output;
     QStringList files;

@@ -35,9 +35,10 @@ MainMenu::MainMenu(AppModel &model, QObject *parent)
     : QObject(parent)
     , m_model(model)
 {
-    for (auto signal : {&AppModel::selectedDocumentChanged, &AppModel::isEditingChanged,
-                        &AppModel::canSaveSelectedDocumentChanged, &AppModel::showOutlineChanged,
-                        &AppModel::themeChanged, &AppModel::tabsChanged})
+    for (auto signal :
+         {&AppModel::selectedDocumentChanged, &AppModel::isEditingChanged,
+          &AppModel::canSaveSelectedDocumentChanged, &AppModel::showOutlineChanged,
+          &AppModel::themeChanged, &AppModel::markdownFlavorChanged, &AppModel::tabsChanged})
         connect(&m_model, signal, this, &MainMenu::validateAll);
 }
 
@@ -97,6 +98,10 @@ void MainMenu::install(QMenuBar *bar)
     addItem(view, QStringLiteral("编辑 Markdown"), Command::toggleEditing,
             QKeySequence(Qt::CTRL | Qt::Key_E));
     addItem(view, QStringLiteral("显示目录"), Command::toggleOutline);
+    QAction *flavor = addItem(view, QStringLiteral("标准 Markdown（GitHub 风格）"),
+                              Command::toggleMarkdownFlavor);
+    flavor->setObjectName(QStringLiteral("markdownFlavorItem"));
+    flavor->setCheckable(true);
     view->addSeparator();
     addItem(view, QStringLiteral("进入全屏"), Command::toggleFullScreen, QKeySequence(Qt::Key_F11));
 
@@ -204,6 +209,12 @@ void MainMenu::trigger(Command command, QAction *action)
     case Command::toggleOutline:
         m_model.toggleOutline();
         break;
+    case Command::toggleMarkdownFlavor:
+        m_model.setMarkdownFlavor(m_model.markdownFlavor() == MarkdownFlavor::gfm
+                                      ? MarkdownFlavor::classic
+                                      : MarkdownFlavor::gfm);
+        validateAll(); // the check mark follows the model, not the click
+        break;
     case Command::toggleFullScreen:
         if (active)
             active->setWindowState(active->windowState() ^ Qt::WindowFullScreen);
@@ -257,6 +268,10 @@ void MainMenu::validate(QAction *action)
         action->setEnabled(hasDocument && !m_model.isEditing());
         action->setText(m_model.showOutline() ? QStringLiteral("隐藏目录")
                                               : QStringLiteral("显示目录"));
+        break;
+    case Command::toggleMarkdownFlavor:
+        action->setEnabled(true);
+        action->setChecked(m_model.markdownFlavor() == MarkdownFlavor::gfm);
         break;
     case Command::selectTheme:
         action->setEnabled(true);

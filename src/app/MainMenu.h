@@ -43,6 +43,7 @@ public:
         find,
         toggleEditing,
         toggleOutline,
+        toggleMarkdownFlavor,
         toggleFullScreen,
         selectTheme,
         minimize,

@@ -2,6 +2,7 @@
 #include "ReaderPane.h"
 
 #include "AppModel.h"
+#include "FlavorHintBar.h"
 #include "MarkdownWebView.h"
 #include "OutlinePane.h"
 #include "ScriptEvaluation.h"
@@ -12,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QStackedWidget>
 #include <QTimer>
+#include <QVBoxLayout>
 
 namespace {
 
@@ -42,6 +44,9 @@ struct ReaderPane::Page
     bool rendered = false;
     QString renderedContent;
     TarnTheme renderedTheme = TarnTheme::businessBlue;
+    MarkdownFlavor renderedFlavor = MarkdownFlavor::classic;
+    // The heading to jump to once the page, redrawn in another flavour, is ready.
+    QString headingAfterLoad;
     QString html;
     std::vector<TOCItem> toc;
 };
@@ -49,20 +54,31 @@ struct ReaderPane::Page
 ReaderPane::ReaderPane(AppModel &model, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
+    , m_hintBar(new FlavorHintBar(model, this))
     , m_stack(new QStackedWidget(this))
     , m_placeholder(new QWidget(m_stack))
     , m_outline(new OutlinePane(model, this))
 {
     m_stack->addWidget(m_placeholder);
+    // The hint takes a row of its own above the page, never a place over it.
+    auto *column = new QVBoxLayout;
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(m_hintBar);
+    column->addWidget(m_stack, 1);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(m_stack, 1);
+    layout->addLayout(column, 1);
     layout->addWidget(m_outline);
 
     connect(&m_model, &AppModel::selectedDocumentChanged, this, &ReaderPane::refresh);
     connect(&m_model, &AppModel::tabsChanged, this, &ReaderPane::refresh);
     connect(&m_model, &AppModel::themeChanged, this, &ReaderPane::applyTheme);
+    connect(&m_model, &AppModel::markdownFlavorChanged, this, [this] {
+        rememberHeadingsForFlavor();
+        refresh();
+    });
     connect(&m_model, &AppModel::searchQueryChanged, this, &ReaderPane::refresh);
     connect(&m_model, &AppModel::searchNavigationRequestChanged, this, &ReaderPane::refresh);
     connect(&m_model, &AppModel::scrollTargetIDChanged, this, &ReaderPane::refresh);
@@ -125,6 +141,14 @@ void ReaderPane::refresh()
         dropPage(m_pages.front().get());
 }
 
+ReaderPane::Page *ReaderPane::findPage(const TarnDocument *document) const
+{
+    const auto found = std::find_if(m_pages.begin(), m_pages.end(), [document](const auto &page) {
+        return page->document == document;
+    });
+    return found == m_pages.end() ? nullptr : found->get();
+}
+
 ReaderPane::Page &ReaderPane::pageFor(TarnDocument *document)
 {
     auto found = std::find_if(m_pages.begin(), m_pages.end(),
@@ -144,16 +168,19 @@ void ReaderPane::renderIfNeeded(Page &page)
 {
     const QString content = page.document->content();
     const TarnTheme theme = m_model.theme();
-    if (page.rendered && page.renderedTheme == theme && page.renderedContent == content)
+    const MarkdownFlavor flavor = m_model.markdownFlavor();
+    if (page.rendered && page.renderedTheme == theme && page.renderedFlavor == flavor &&
+        page.renderedContent == content)
         return;
     const std::u16string_view markdown(reinterpret_cast<const char16_t *>(content.utf16()),
                                        std::size_t(content.size()));
     RenderedMarkdown rendered =
-        MarkdownRenderer::render(markdown, theme, page.document->title().toStdU16String());
+        MarkdownRenderer::render(markdown, theme, page.document->title().toStdU16String(), flavor);
     page.html = QString::fromStdU16String(rendered.html);
     page.toc = std::move(rendered.toc);
     page.renderedContent = content;
     page.renderedTheme = theme;
+    page.renderedFlavor = flavor;
     page.rendered = true;
 }
 
@@ -178,7 +205,10 @@ MarkdownWebView ReaderPane::viewValue(const Page &page)
         if (isShown(weakDocument))
             m_model.setCurrentHeadingID(id);
     };
-    value.scrollTargetID.get = [model] { return model->scrollTargetID(); };
+    // A jump waits while a page loads: the steps after the load would undo it.
+    value.scrollTargetID.get = [model, view = QPointer<TarnWebView>(page.view)] {
+        return view && view->loader().isLoading() ? std::nullopt : model->scrollTargetID();
+    };
     value.scrollTargetID.set = [model](const std::optional<QString> &id) {
         model->setScrollTargetID(id);
     };
@@ -233,8 +263,11 @@ void ReaderPane::showPage(Page &page, bool shownBefore)
         connect(page.view, &TarnWebView::readerZoomFactorChanged, this, &ReaderPane::setZoomFactor);
         connect(page.coordinator, &MarkdownWebViewCoordinator::pageReady, this,
                 [this, document = page.document] {
-                    if (document)
-                        emit pageReady(document);
+                    if (!document)
+                        return;
+                    if (Page *ready = findPage(document))
+                        onPageReady(*ready);
+                    emit pageReady(document);
                 });
         m_stack->addWidget(page.view);
         m_stack->setCurrentWidget(page.view);
@@ -244,7 +277,10 @@ void ReaderPane::showPage(Page &page, bool shownBefore)
     m_stack->setCurrentWidget(page.view);
     const int loadsBefore = page.view->loadCount();
     page.coordinator->updateView(page.view, value);
-    if (shownBefore || page.view->loadCount() != loadsBefore || page.view->loader().isLoading())
+    const bool reloading = page.view->loadCount() != loadsBefore || page.view->loader().isLoading();
+    if (!reloading)
+        page.headingAfterLoad.clear(); // back in the flavour it was loaded in: still in place
+    if (shownBefore || reloading)
         return;
 
     // A page shown again kept its marks and heading, but the model forgot both when the tab
@@ -259,6 +295,29 @@ void ReaderPane::showPage(Page &page, bool shownBefore)
                 m_model.setCurrentHeadingID(heading);
         });
     }
+}
+
+void ReaderPane::rememberHeadingsForFlavor()
+{
+    for (const auto &page : m_pages) {
+        if (page.get() != m_current && page->coordinator &&
+            !page->coordinator->lastReportedHeadingID().isEmpty())
+            page->headingAfterLoad = page->coordinator->lastReportedHeadingID();
+    }
+}
+
+void ReaderPane::onPageReady(Page &page)
+{
+    QString heading = std::exchange(page.headingAfterLoad, QString());
+    if (&page == m_current && isShown(page.document)) {
+        // The model's jump, held back while the page loaded.
+        if (const auto target = m_model.scrollTargetID()) {
+            heading = *target;
+            m_model.setScrollTargetID(std::nullopt);
+        }
+    }
+    if (!heading.isEmpty())
+        page.coordinator->scrollToHeading(page.view, heading);
 }
 
 void ReaderPane::dropClosedPages()

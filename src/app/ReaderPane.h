@@ -13,6 +13,7 @@
 #include <vector>
 
 class AppModel;
+class FlavorHintBar;
 class MarkdownWebViewCoordinator;
 class OutlinePane;
 class QStackedWidget;
@@ -20,8 +21,8 @@ class TarnWebView;
 struct MarkdownWebView;
 
 // Shows the saved text (`content`, not the draft) of the model's selected document, rendered
-// with the model's theme, and keeps the page in step with the model's search, outline jumps
-// and current heading. The pages of the last few documents shown stay loaded, so switching
+// with the model's theme and flavour, and keeps the page in step with the model's search, outline
+// jumps and current heading. The pages of the last few documents shown stay loaded, so switching
 // back to an unchanged tab shows its page as it was left instead of loading it again.
 class ReaderPane : public QWidget
 {
@@ -39,6 +40,7 @@ public:
     // The web view showing it, or null.
     TarnWebView *currentView() const;
     OutlinePane *outlinePane() const { return m_outline; }
+    FlavorHintBar *flavorHintBar() const { return m_hintBar; }
     int loadedPageCount() const { return int(m_pages.size()); }
     // The zoom all pages share; Ctrl+plus, Ctrl+minus, Ctrl+0 and Ctrl+wheel change it.
     double zoomFactor() const { return m_zoomFactor; }
@@ -52,18 +54,23 @@ private:
 
     void refresh();
     Page &pageFor(TarnDocument *document);
+    Page *findPage(const TarnDocument *document) const;
     void renderIfNeeded(Page &page);
     MarkdownWebView viewValue(const Page &page);
     void showPage(Page &page, bool wasShownBefore);
     void dropClosedPages();
     void dropPage(Page *page);
     void applyTheme();
+    // Pages loaded in the background come back at their heading when next shown.
+    void rememberHeadingsForFlavor();
+    void onPageReady(Page &page);
     void setZoomFactor(double factor);
     bool isShown(const TarnDocument *document) const;
     // Asks the document's page for its first block on screen and tells the model.
     void reportReadingBlock(TarnDocument *document);
 
     AppModel &m_model;
+    FlavorHintBar *m_hintBar;
     QStackedWidget *m_stack;
     QWidget *m_placeholder;
     OutlinePane *m_outline;

@@ -25,6 +25,9 @@ AppModel::AppModel(QSettings &settings, Platform &platform, PdfExportService &pd
     m_storedFiles = ModelSettings::readStoredFiles(m_settings);
     ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
     m_readPositions = ModelSettings::readReadPositions(m_settings);
+    m_markdownFlavor = ModelSettings::readMarkdownFlavor(m_settings);
+    m_flavorHintClosed = ModelSettings::readFlavorHintClosed(m_settings);
+    connect(this, &AppModel::selectedDocumentChanged, this, &AppModel::updateFlavorHint);
     startWatchingFiles();
 }
 
@@ -268,6 +271,10 @@ void AppModel::appendTab(TarnDocument *document)
     connect(document, &TarnDocument::isDirtyChanged, this, [this, document] {
         if (document->id() == m_selectedTabID)
             emit canSaveSelectedDocumentChanged();
+    });
+    connect(document, &TarnDocument::contentChanged, this, [this, document] {
+        if (document->id() == m_selectedTabID)
+            updateFlavorHint();
     });
     m_tabs.append(document);
     emit tabsChanged();

@@ -4,6 +4,7 @@
 
 #include "AppModelTypes.h"
 #include "DraftStore.h"
+#include "MarkdownRenderer.h"
 #include "StoredFile.h"
 #include "TarnClock.h"
 #include "TarnDocument.h"
@@ -53,12 +54,17 @@ class AppModel : public QObject
                    storedFilesChanged)
     Q_PROPERTY(std::optional<AppAlert> alert READ alert WRITE setAlert NOTIFY alertChanged)
     Q_PROPERTY(TarnTheme theme READ theme WRITE setTheme NOTIFY themeChanged)
+    Q_PROPERTY(MarkdownFlavor markdownFlavor READ markdownFlavor WRITE setMarkdownFlavor NOTIFY
+                   markdownFlavorChanged)
     // Derived values.
     Q_PROPERTY(TarnDocument *selectedDocument READ selectedDocument NOTIFY selectedDocumentChanged)
     Q_PROPERTY(bool canSaveSelectedDocument READ canSaveSelectedDocument NOTIFY
                    canSaveSelectedDocumentChanged)
     Q_PROPERTY(QList<StoredFile> filteredStoredFiles READ filteredStoredFiles NOTIFY
                    filteredStoredFilesChanged)
+    // The selected document, read in the classic flavour, looks written for the standard one
+    // and its hint was not closed.
+    Q_PROPERTY(bool showsFlavorHint READ showsFlavorHint NOTIFY showsFlavorHintChanged)
 
 public:
     // Reads the preferences, the library and the reading positions from `settings` at once.
@@ -99,6 +105,8 @@ public:
     QList<StoredFile> storedFiles() const { return m_storedFiles; }
     std::optional<AppAlert> alert() const { return m_alert; }
     TarnTheme theme() const { return m_theme; }
+    MarkdownFlavor markdownFlavor() const { return m_markdownFlavor; }
+    bool showsFlavorHint() const { return m_showsFlavorHint; }
     TarnUsageLogger &logger() const { return m_logger; }
     // File path to reader scroll offset.
     QHash<QString, double> readPositions() const { return m_readPositions; }
@@ -120,6 +128,10 @@ public:
     // The view clears the alert when it is dismissed.
     void setAlert(const std::optional<AppAlert> &alert);
     void setTheme(TarnTheme theme);
+    // Also asks the reader to come back at the heading being read, once the page is redrawn.
+    void setMarkdownFlavor(MarkdownFlavor flavor);
+    // Hides the selected document's hint, for good when it is a file.
+    void closeFlavorHint();
 
     // Tabs and files.
     void presentOpenPanel();
@@ -193,6 +205,8 @@ signals:
     void storedFilesChanged();
     void alertChanged();
     void themeChanged();
+    void markdownFlavorChanged();
+    void showsFlavorHintChanged();
     void selectedDocumentChanged();
     void canSaveSelectedDocumentChanged();
     void filteredStoredFilesChanged();
@@ -212,6 +226,7 @@ private:
                                        const QString &extension, const QString &nameFilter,
                                        const QString &cancelEvent);
     QString exportedPage(TarnDocument *document) const;
+    void updateFlavorHint();
     void finishPdfExport(const QString &file, const QString &output, bool ok, const QString &error);
     std::optional<QByteArray> makeBookmark(const QString &path);
     // Open files follow changes on disk.
@@ -246,6 +261,10 @@ private:
     std::optional<AppAlert> m_alert;
     QString m_lastPanelFolder;
     TarnTheme m_theme = TarnTheme::businessBlue;
+    MarkdownFlavor m_markdownFlavor = MarkdownFlavor::classic;
+    bool m_showsFlavorHint = false;
+    QSet<QString> m_flavorHintClosed;      // file paths, kept in the settings
+    QSet<QUuid> m_flavorHintClosedUnsaved; // documents without a file, for this session
     QHash<QString, double> m_readPositions;
     QFileSystemWatcher *m_watcher = nullptr;
     QTimer *m_diskCheckTimer = nullptr;

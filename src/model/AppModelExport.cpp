@@ -41,7 +41,8 @@ QString AppModel::exportedPage(TarnDocument *document) const
                             std::size_t(text.size())),
         m_theme,
         std::u16string_view(reinterpret_cast<const char16_t *>(title.utf16()),
-                            std::size_t(title.size())));
+                            std::size_t(title.size())),
+        m_markdownFlavor);
     return QString::fromStdU16String(page.html);
 }
 

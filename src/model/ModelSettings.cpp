@@ -1,6 +1,7 @@
 // The settings store's keys and value forms; INI files lose most types, so reading is strict.
 #include "ModelSettings.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSettings>
@@ -26,6 +27,20 @@ void store(QSettings &settings, const char *key, const QVariant &value)
 }
 
 } // namespace
+
+QString flavorName(MarkdownFlavor flavor)
+{
+    return flavor == MarkdownFlavor::gfm ? QStringLiteral("gfm") : QStringLiteral("classic");
+}
+
+std::optional<MarkdownFlavor> flavorFromName(const QString &name)
+{
+    if (name == QLatin1String("classic"))
+        return MarkdownFlavor::classic;
+    if (name == QLatin1String("gfm"))
+        return MarkdownFlavor::gfm;
+    return std::nullopt;
+}
 
 TarnTheme readTheme(QSettings &settings)
 {
@@ -83,6 +98,33 @@ QHash<QString, double> readReadPositions(QSettings &settings)
     return positions;
 }
 
+MarkdownFlavor readMarkdownFlavor(QSettings &settings)
+{
+    const QVariant value = settings.value(QLatin1String(markdownFlavorKey));
+    if (value.typeId() != QMetaType::QString)
+        return MarkdownFlavor::classic;
+    return flavorFromName(value.toString()).value_or(MarkdownFlavor::classic);
+}
+
+QSet<QString> readFlavorHintClosed(QSettings &settings)
+{
+    const auto blob = readBlob(settings, flavorHintClosedKey);
+    if (!blob)
+        return {};
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(*blob, &error);
+    if (error.error != QJsonParseError::NoError || !document.isArray())
+        return {};
+    QSet<QString> paths;
+    for (const QJsonValue &path : document.array()) {
+        // One entry of another kind makes the whole list unreadable, as for the positions.
+        if (!path.isString())
+            return {};
+        paths.insert(path.toString());
+    }
+    return paths;
+}
+
 void writeTheme(QSettings &settings, TarnTheme theme)
 {
     const std::string_view raw = TarnThemes::rawValue(theme);
@@ -109,6 +151,19 @@ void writeReadPositions(QSettings &settings, const QHash<QString, double> &posit
         object.insert(it.key(), it.value());
     }
     store(settings, readPositionsKey, QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+void writeMarkdownFlavor(QSettings &settings, MarkdownFlavor flavor)
+{
+    store(settings, markdownFlavorKey, flavorName(flavor));
+}
+
+void writeFlavorHintClosed(QSettings &settings, const QSet<QString> &paths)
+{
+    QStringList sorted(paths.begin(), paths.end());
+    sorted.sort();
+    store(settings, flavorHintClosedKey,
+          QJsonDocument(QJsonArray::fromStringList(sorted)).toJson(QJsonDocument::Compact));
 }
 
 } // namespace ModelSettings

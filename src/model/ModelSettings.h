@@ -1,11 +1,13 @@
 // Reading and writing the model's values in the settings store, with defaults for bad values.
 #pragma once
 
+#include "MarkdownRenderer.h"
 #include "StoredFile.h"
 #include "TarnTheme.h"
 
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 
 class QSettings;
@@ -16,6 +18,13 @@ inline constexpr char themeKey[] = "tarn.theme";
 inline constexpr char showOutlineKey[] = "tarn.showOutline";
 inline constexpr char storedFilesKey[] = "tarn.storedFiles";
 inline constexpr char readPositionsKey[] = "tarn.readPositions";
+inline constexpr char markdownFlavorKey[] = "tarn.markdownFlavor";
+// The files whose hint to show them in the standard flavour was closed.
+inline constexpr char flavorHintClosedKey[] = "tarn.flavorHintClosed";
+
+// "classic" and "gfm", as stored and as the command line takes them.
+QString flavorName(MarkdownFlavor flavor);
+std::optional<MarkdownFlavor> flavorFromName(const QString &name);
 
 // Every reader falls back to the default when the value is missing, of another type or
 // undecodable.
@@ -23,11 +32,15 @@ TarnTheme readTheme(QSettings &settings);
 bool readShowOutline(QSettings &settings);
 QList<StoredFile> readStoredFiles(QSettings &settings);
 QHash<QString, double> readReadPositions(QSettings &settings);
+MarkdownFlavor readMarkdownFlavor(QSettings &settings);
+QSet<QString> readFlavorHintClosed(QSettings &settings);
 
 // Writers store at once; a value that cannot be encoded leaves the store as it was.
 void writeTheme(QSettings &settings, TarnTheme theme);
 void writeShowOutline(QSettings &settings, bool show);
 void writeStoredFiles(QSettings &settings, const QList<StoredFile> &files);
 void writeReadPositions(QSettings &settings, const QHash<QString, double> &positions);
+void writeMarkdownFlavor(QSettings &settings, MarkdownFlavor flavor);
+void writeFlavorHintClosed(QSettings &settings, const QSet<QString> &paths);
 
 } // namespace ModelSettings

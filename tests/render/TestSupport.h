@@ -54,4 +54,6 @@ private slots:
     void lineEnds_data();
     void lineEnds();
     void themes();
+    void flavorHints_data();
+    void flavorHints();
 };
