@@ -54,4 +54,8 @@ private slots:
     void lineEnds_data();
     void lineEnds();
     void themes();
+    void sanitizer_data();
+    void sanitizer();
+    void rawHtmlOnlyThroughSanitizer_data();
+    void rawHtmlOnlyThroughSanitizer();
 };

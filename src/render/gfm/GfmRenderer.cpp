@@ -1,5 +1,6 @@
 // cmark-gfm's parse tree to Tarn's fragment.
 #include "GfmRenderer.h"
+#include "HtmlSanitizer.h"
 
 #include <cmark-gfm-core-extensions.h>
 #include <cmark-gfm.h>
@@ -21,6 +22,18 @@ struct NodeDeleter
     void operator()(cmark_node *node) const { cmark_node_free(node); }
 };
 
+bool hasRawHtml(cmark_node *root)
+{
+    cmark_iter *iter = cmark_iter_new(root);
+    bool found = false;
+    while (!found && cmark_iter_next(iter) != CMARK_EVENT_DONE) {
+        const cmark_node_type type = cmark_node_get_type(cmark_iter_get_node(iter));
+        found = type == CMARK_NODE_HTML_BLOCK || type == CMARK_NODE_HTML_INLINE;
+    }
+    cmark_iter_free(iter);
+    return found;
+}
+
 } // namespace
 
 MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown)
@@ -36,9 +49,12 @@ MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown)
     std::unique_ptr<cmark_node, NodeDeleter> root(cmark_parser_finish(parser.get()));
 
     MarkdownRenderer::Fragment fragment;
-    char *html =
-        cmark_render_html(root.get(), kOptions, cmark_parser_get_syntax_extensions(parser.get()));
-    fragment.html = TarnText::fromUtf8(html);
+    // Raw HTML is written out only to go through the sanitizer; documents without any keep
+    // cmark-gfm's own safe output (which also drops javascript: and similar link addresses).
+    const bool rawHtml = hasRawHtml(root.get());
+    char *html = cmark_render_html(root.get(), kOptions | (rawHtml ? CMARK_OPT_UNSAFE : 0),
+                                   cmark_parser_get_syntax_extensions(parser.get()));
+    fragment.html = TarnText::fromUtf8(rawHtml ? sanitizeHtml(html) : std::string_view(html));
     std::free(html);
     return fragment;
 }
