@@ -58,4 +58,7 @@ private slots:
     void sanitizer();
     void rawHtmlOnlyThroughSanitizer_data();
     void rawHtmlOnlyThroughSanitizer();
+    void digests();
+    void standardPagePolicy_data();
+    void standardPagePolicy();
 };
