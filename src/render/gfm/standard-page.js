@@ -47,7 +47,8 @@
         maxExpand: 1000,
       });
     } catch (error) {
-      // The source stays as it was written.
+      // KaTeX empties the element before it parses: the source goes back as it was written.
+      element.textContent = source;
       element.classList.add("math-error");
       element.title = String(error && error.message ? error.message : error);
     }
