@@ -147,6 +147,24 @@ private slots:
         QCOMPARE(m_reader.eval("document.querySelectorAll('main img').length"), 0);
     }
 
+    // A long page is coloured and drawn in slices; it reports ready only when all are done, so
+    // a PDF made from it has them all.
+    void longPageIsReadyWhenAllIsDrawn()
+    {
+        MarkdownRenderer::Fragment fragment;
+        for (int i = 0; i < 3000; ++i) {
+            fragment.html += u"<pre><code class=\"language-js\">const x = 1; // "
+                             u"the code of one block</code></pre>\n"
+                             u"<p><span class=\"math math-inline\">\\sqrt{x_1}</span></p>\n";
+        }
+        fragment.hasMath = fragment.hasHighlight = true;
+        m_reader.html = QString::fromStdU16String(MarkdownRenderer::standardPage(fragment));
+        m_reader.update();
+        QVERIFY(m_reader.waitForReady(60000));
+        QCOMPARE(m_reader.eval("document.querySelectorAll('code.hljs').length"), 3000);
+        QCOMPARE(m_reader.eval("document.querySelectorAll('.math-inline > .katex').length"), 3000);
+    }
+
     void hostileDocumentsStayInert_data()
     {
         QTest::addColumn<QString>("markdown");
