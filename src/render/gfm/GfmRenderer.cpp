@@ -7,6 +7,8 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace TarnGfm {
 namespace {
@@ -51,11 +53,20 @@ MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown)
     MarkdownRenderer::Fragment fragment;
     // Raw HTML is written out only to go through the sanitizer; documents without any keep
     // cmark-gfm's own safe output (which also drops javascript: and similar link addresses).
-    const bool rawHtml = hasRawHtml(root.get());
-    char *html = cmark_render_html(root.get(), kOptions | (rawHtml ? CMARK_OPT_UNSAFE : 0),
-                                   cmark_parser_get_syntax_extensions(parser.get()));
-    fragment.html = TarnText::fromUtf8(rawHtml ? sanitizeHtml(html) : std::string_view(html));
-    std::free(html);
+    cmark_llist *extensions = cmark_parser_get_syntax_extensions(parser.get());
+    std::optional<std::string> kept;
+    if (hasRawHtml(root.get())) {
+        char *html = cmark_render_html(root.get(), kOptions | CMARK_OPT_UNSAFE, extensions);
+        kept = sanitizeHtml(html);
+        std::free(html);
+    }
+    if (kept) {
+        fragment.html = TarnText::fromUtf8(*kept);
+    } else {
+        char *html = cmark_render_html(root.get(), kOptions, extensions);
+        fragment.html = TarnText::fromUtf8(html);
+        std::free(html);
+    }
     return fragment;
 }
 

@@ -18,10 +18,11 @@
 #include <gumbo.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <unordered_set>
+#include <optional>
 #include <vector>
 
 namespace TarnGfm {
@@ -30,27 +31,50 @@ namespace {
 using std::string_view;
 
 // Gumbo frees its tree recursively, which a deeply nested document could overflow; its memory
-// comes from here instead and is released in one go.
-struct Arena
+// is kept on a list here instead, released in one go.
+class Arena
 {
-    std::unordered_set<void *> blocks;
+public:
+    Arena() { m_head.previous = m_head.next = &m_head; }
+    Arena(const Arena &) = delete;
+    Arena &operator=(const Arena &) = delete;
     ~Arena()
     {
-        for (void *block : blocks)
+        for (Block *block = m_head.next; block != &m_head;) {
+            Block *next = block->next;
             std::free(block);
+            block = next;
+        }
     }
     static void *allocate(void *self, size_t size)
     {
-        void *block = std::malloc(size);
-        if (block)
-            static_cast<Arena *>(self)->blocks.insert(block);
-        return block;
+        auto *block = static_cast<Block *>(std::malloc(sizeof(Block) + size));
+        if (!block)
+            return nullptr;
+        Block &head = static_cast<Arena *>(self)->m_head;
+        block->previous = &head;
+        block->next = head.next;
+        head.next->previous = block;
+        head.next = block;
+        return block + 1;
     }
-    static void release(void *self, void *block)
+    static void release(void *, void *memory)
     {
-        if (block && static_cast<Arena *>(self)->blocks.erase(block))
-            std::free(block);
+        if (!memory)
+            return;
+        Block *block = static_cast<Block *>(memory) - 1;
+        block->previous->next = block->next;
+        block->next->previous = block->previous;
+        std::free(block);
     }
+
+private:
+    struct alignas(std::max_align_t) Block
+    {
+        Block *previous;
+        Block *next;
+    };
+    Block m_head;
 };
 
 enum class Verdict
@@ -80,7 +104,8 @@ constexpr string_view kDropped[] = {
     "param",    "plaintext", "script",   "select",   "style",  "svg",      "template",
     "textarea", "title",     "track",    "video",    "xmp"};
 
-constexpr string_view kVoid[] = {"br", "col", "hr", "img", "input", "source", "wbr"};
+constexpr string_view kVoid[] = {"area",  "base", "br",   "col",   "embed",  "hr",    "img",
+                                 "input", "link", "meta", "param", "source", "track", "wbr"};
 
 constexpr string_view kGlobalAttributes[] = {"align",
                                              "aria-describedby",
@@ -265,7 +290,15 @@ void appendEscaped(std::string &out, string_view text, bool attribute)
             out += attribute ? "&quot;" : "\"";
             break;
         default:
-            out.push_back(c);
+            // A raw control character would be read back differently (a carriage return as a
+            // line feed); as a character reference it reads back as itself.
+            if ((static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n') || c == 0x7f) {
+                out += "&#";
+                out += std::to_string(static_cast<unsigned char>(c));
+                out += ';';
+            } else {
+                out.push_back(c);
+            }
         }
     }
 }
@@ -351,10 +384,39 @@ void serialize(std::string &out, const GumboNode *root)
     }
 }
 
+// How deep the elements of `html` nest, at most, counting start and end tags as written: an
+// HTML5 parse checks the open elements at each tag, which makes deep nesting quadratic.
+bool nestsDeeperThan(string_view html, std::size_t limit)
+{
+    std::size_t depth = 0;
+    for (std::size_t at = html.find('<'); at != string_view::npos; at = html.find('<', at + 1)) {
+        const bool end = at + 1 < html.size() && html[at + 1] == '/';
+        const std::size_t nameAt = at + (end ? 2 : 1);
+        if (nameAt >= html.size() ||
+            !((html[nameAt] | 0x20) >= 'a' && (html[nameAt] | 0x20) <= 'z'))
+            continue;
+        if (end) {
+            depth -= depth > 0 ? 1 : 0;
+            continue;
+        }
+        const std::size_t nameEnd = html.find_first_of(" \t\n\r\f/>", nameAt);
+        std::string name(html.substr(nameAt, nameEnd - nameAt));
+        std::transform(name.begin(), name.end(), name.begin(), asciiLower);
+        const std::size_t close = html.find('>', nameAt);
+        const bool selfClosing = close != string_view::npos && html[close - 1] == '/';
+        if (!selfClosing && !listed(kVoid, name) && ++depth > limit)
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
-std::string sanitizeHtml(std::string_view html)
+std::optional<std::string> sanitizeHtml(std::string_view html)
 {
+    // Browsers stop nesting at 512 levels; a document deeper than that is not worth the time.
+    if (nestsDeeperThan(html, 512))
+        return std::nullopt;
     Arena arena;
     GumboOptions options = kGumboDefaultOptions;
     options.allocator = &Arena::allocate;
