@@ -43,6 +43,8 @@
         throwOnError: true,
         trust: false,
         strict: "ignore",
+        // No hidden MathML copy: the page's search would find text no one can see.
+        output: "html",
         maxSize: 50,
         maxExpand: 1000,
       });
@@ -166,7 +168,13 @@
     image.replaceWith(frame);
   }
 
+  // Images still on their way say so when they fail; a finished one without pixels is asked
+  // once (an SVG drawing may have no size of its own).
   Array.from(document.querySelectorAll("main img")).forEach((image) => {
-    image.decode().catch(() => showAltText(image));
+    if (!image.complete) {
+      image.addEventListener("error", () => showAltText(image), { once: true });
+    } else if (image.naturalWidth === 0) {
+      image.decode().catch(() => showAltText(image));
+    }
   });
 })();
