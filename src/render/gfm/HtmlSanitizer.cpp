@@ -7,13 +7,18 @@
 //   attributes below: no script or style element, no event handler or style attribute, no
 //   frame, object, embed, form, input (but the task checkbox), <meta> refresh, <base> or <link>,
 //   and only http, https, mailto and relative addresses (raster data: images too).
-// - The page's Content-Security-Policy (Page.cpp) stops whatever got past both in any browser:
-//   only Tarn's own scripts run (by hash), so no handler or javascript: address does; no
-//   object, frame, form submission, <base>, remote style sheet, font or connection.
+// - The page's Content-Security-Policy (StandardPage.cpp) stops whatever got past both, in the
+//   reader and in any browser that opens an exported page: only Tarn's own scripts run (by
+//   hash), so no handler or javascript: address does; no object, frame, form submission,
+//   <base>, remote style sheet, font or connection. It lets images come from the web, so an
+//   exported page shows them; it does not stop a <meta> refresh (the sanitizer does).
 // - In the reader, the request filter lets only the page, images and fonts load and no local
-//   page reaches the network; the click rules send links to the host, which opens only http,
-//   https, mailto and file addresses and never navigates the reader away.
+//   page reaches the network (so remote images stay out); the click rules send links to the
+//   host, which opens only http, https, mailto and file addresses, and the view never
+//   navigates away from its page. Without the host (an exported page) the same script cancels
+//   clicks on any scheme but http, https, mailto and relative addresses.
 #include "HtmlSanitizer.h"
+#include "SafeAddress.h"
 
 #include <gumbo.h>
 
@@ -151,68 +156,6 @@ bool startsWithNoCase(string_view text, string_view prefix)
     for (std::size_t i = 0; i < prefix.size(); ++i) {
         if (asciiLower(text[i]) != prefix[i])
             return false;
-    }
-    return true;
-}
-
-// Browsers delete tabs and line breaks anywhere in an address and controls and spaces before
-// it, so the scheme is read the way they read it.
-std::string cleanedAddress(string_view address)
-{
-    std::string cleaned;
-    for (const char c : address) {
-        if (c == '\t' || c == '\n' || c == '\r')
-            continue;
-        if (cleaned.empty() && static_cast<unsigned char>(c) <= 0x20)
-            continue;
-        cleaned.push_back(c);
-    }
-    return cleaned;
-}
-
-bool isSafeAddress(string_view address, bool image)
-{
-    const std::string cleaned = cleanedAddress(address);
-    std::size_t colon = 0;
-    for (; colon < cleaned.size(); ++colon) {
-        const char c = cleaned[colon];
-        const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-        const bool schemeChar =
-            letter || (colon > 0 && ((c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.'));
-        if (!schemeChar)
-            break;
-    }
-    if (colon == 0 || colon == cleaned.size() || cleaned[colon] != ':')
-        return true; // relative: a path, a query or a '#' place in this page
-    const string_view withScheme(cleaned);
-    if (startsWithNoCase(withScheme, "http:") || startsWithNoCase(withScheme, "https:") ||
-        startsWithNoCase(withScheme, "mailto:"))
-        return true;
-    if (!image)
-        return false;
-    for (const string_view type :
-         {"data:image/png;", "data:image/gif;", "data:image/jpeg;", "data:image/webp;"}) {
-        if (startsWithNoCase(withScheme, type))
-            return true;
-    }
-    return false;
-}
-
-// Every candidate of a srcset list; data: addresses hold commas, so they are not taken here.
-bool isSafeSourceSet(string_view list)
-{
-    while (!list.empty()) {
-        const std::size_t comma = list.find(',');
-        string_view candidate = list.substr(0, comma);
-        while (!candidate.empty() && static_cast<unsigned char>(candidate.front()) <= 0x20)
-            candidate.remove_prefix(1);
-        const std::size_t space = candidate.find_first_of(" \t\n\r\f");
-        const string_view address = candidate.substr(0, space);
-        if (startsWithNoCase(cleanedAddress(address), "data:") || !isSafeAddress(address, true))
-            return false;
-        if (comma == string_view::npos)
-            break;
-        list.remove_prefix(comma + 1);
     }
     return true;
 }
