@@ -187,13 +187,16 @@ void appendCodeColours(u16 &out, TarnTheme theme)
 }
 
 // A formula that does not parse stays as its source; an image that does not load shows its
-// alt text in a quiet frame.
+// alt text in a quiet frame; keys written with <kbd> look like keys.
 constexpr u16v kPageStyles =
     u"<style>\n"
     u".math-display { display: block; margin: 1.2rem 0; overflow-x: auto; overflow-y: hidden; "
     u"text-align: center; }\n"
     u".math-error { font-family: \"SF Mono\", ui-monospace, Menlo, Consolas, monospace; "
     u"font-size: 0.9em; color: var(--muted); white-space: pre-wrap; }\n"
+    u"kbd { font-family: \"SF Mono\", ui-monospace, Menlo, Consolas, monospace; "
+    u"font-size: 0.82em; padding: 0.1em 0.4em; border: 1px solid var(--rule); "
+    u"border-bottom-width: 2px; border-radius: 5px; background: var(--panel); }\n"
     u".tarn-image-fallback { display: inline-block; max-width: 100%; margin: 0.2rem 0; "
     u"padding: 0.3rem 0.75rem; border: 1px dashed var(--rule); border-radius: 6px; "
     u"background: var(--panel); color: var(--muted); font-size: 0.9em; line-height: 1.5; "
