@@ -56,6 +56,11 @@ struct Fragment
 Fragment renderFragment(std::u16string_view markdown,
                         MarkdownFlavor flavor = MarkdownFlavor::classic);
 
+// The standard flavour's page around a fragment rendered already (`render` of a gfm document
+// is this page of its fragment): its policy, styles and scripts follow the fragment's flags.
+std::u16string standardPage(const Fragment &fragment, TarnTheme theme = TarnTheme::businessBlue,
+                            std::u16string_view title = u"Tarn");
+
 std::u16string escapeHTML(std::u16string_view text);
 std::u16string escapeAttribute(std::u16string_view text);
 

@@ -1,6 +1,7 @@
 // The complete reader page: stylesheet with the theme palette, template, diagram library, script.
 #include "RendererInternal.h"
 #include "gfm/GfmRenderer.h"
+#include "gfm/StandardPage.h"
 
 namespace TarnRender {
 namespace {
@@ -208,6 +209,37 @@ void appendBlocks(u16 &out, std::u16string_view markdown, Parser &parser)
     parser.parse(out);
 }
 
+// Everything before the blocks. A standard-flavour page (`standard` set) depends on what its
+// fragment needs, down to its first element.
+void appendPageHead(u16 &page, TarnTheme theme, u16v title, const Fragment *standard)
+{
+    page.append(u"<!doctype html>\n<html>\n<head>\n");
+    if (standard)
+        page.append(TarnGfm::securityPolicy(*standard));
+    page.append(u"<meta charset=\"utf-8\">\n"
+                u"<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+                u"<title>");
+    appendEscapedHTML(page, title);
+    page.append(u"</title>\n<style>\n");
+    appendStylesheet(page, theme);
+    page.append(u"\n</style>\n");
+    if (standard)
+        TarnGfm::appendStyles(page, *standard, theme);
+    page.append(u"</head>\n<body>\n<main class=\"tarn-document\">\n");
+}
+
+void appendPageTail(u16 &page, const Fragment &fragment, bool standard)
+{
+    page.append(u"\n</main>\n");
+    if (fragment.hasMermaid)
+        page.append(inlineMermaidScript());
+    if (standard)
+        TarnGfm::appendScripts(page, fragment);
+    page.append(u"\n<script>\n");
+    page.append(readerScript());
+    page.append(u"\n</script>\n</body>\n</html>");
+}
+
 } // namespace
 
 Fragment renderFragment(std::u16string_view markdown, MarkdownFlavor flavor)
@@ -227,35 +259,32 @@ Fragment renderFragment(std::u16string_view markdown, MarkdownFlavor flavor)
 RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16string_view title,
                         MarkdownFlavor flavor)
 {
+    if (flavor == MarkdownFlavor::gfm) {
+        Fragment fragment = TarnGfm::renderFragment(markdown);
+        return {standardPage(fragment, theme, title), std::move(fragment.toc),
+                std::move(fragment.headingLines)};
+    }
     // The blocks are written straight into the page, which is sized for typical Markdown up
     // front: a 10 MB document otherwise copies and regrows tens of megabytes.
     u16 page;
     page.reserve(markdown.size() * 2 + 65536);
-    page.append(u"<!doctype html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n"
-                u"<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-                u"<title>");
-    appendEscapedHTML(page, title);
-    page.append(u"</title>\n<style>\n");
-    appendStylesheet(page, theme);
-    page.append(u"\n</style>\n</head>\n<body>\n<main class=\"tarn-document\">\n");
+    appendPageHead(page, theme, title, nullptr);
+    Parser parser;
+    appendBlocks(page, markdown, parser);
     Fragment fragment;
-    if (flavor == MarkdownFlavor::gfm) {
-        fragment = TarnGfm::renderFragment(markdown);
-        page.append(fragment.html);
-    } else {
-        Parser parser;
-        appendBlocks(page, markdown, parser);
-        fragment.toc = std::move(parser.toc);
-        fragment.headingLines = std::move(parser.headingLines);
-        fragment.hasMermaid = parser.hasMermaid;
-    }
-    page.append(u"\n</main>\n");
-    if (fragment.hasMermaid)
-        page.append(inlineMermaidScript());
-    page.append(u"\n<script>\n");
-    page.append(readerScript());
-    page.append(u"\n</script>\n</body>\n</html>");
-    return {std::move(page), std::move(fragment.toc), std::move(fragment.headingLines)};
+    fragment.hasMermaid = parser.hasMermaid;
+    appendPageTail(page, fragment, false);
+    return {std::move(page), std::move(parser.toc), std::move(parser.headingLines)};
+}
+
+std::u16string standardPage(const Fragment &fragment, TarnTheme theme, std::u16string_view title)
+{
+    u16 page;
+    page.reserve(fragment.html.size() + 65536);
+    appendPageHead(page, theme, title, &fragment);
+    page.append(fragment.html);
+    appendPageTail(page, fragment, true);
+    return page;
 }
 
 RenderedMarkdown render(std::string_view markdownUtf8, TarnTheme theme, std::u16string_view title,

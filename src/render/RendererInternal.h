@@ -40,6 +40,13 @@ void appendEscapedAttribute(u16 &out, u16v text);
 u16 toLowerFull(u16v s);
 void appendDecimal(u16 &out, long long value);
 
+// --- Resources (Resources.cpp) -------------------------------------------------------
+
+// A file of the program's resources (`relativePath` below the resource folder), whole, or
+// nothing when it is missing or unreadable; the text version also when it is not UTF-8.
+std::optional<std::string> readResourceBytes(const std::string &relativePath);
+std::optional<u16> readResourceText(const std::string &relativePath);
+
 // --- Regular expressions (Matchers.cpp) ------------------------------------------------
 
 // One match of an inline pattern: the whole match and up to two groups, as offsets.

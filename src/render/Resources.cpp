@@ -18,8 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Where mermaid.min.js may live, most specific first: an explicit override (tests), next to
-// the installed program, then the build tree.
+// Where the page resources (mermaid.min.js, KaTeX, highlight.js) may live, most specific first: an
+// explicit override (tests), next to the installed program, then the build tree.
 std::vector<fs::path> resourceFolders()
 {
     std::vector<fs::path> folders;
@@ -62,25 +62,33 @@ std::optional<u16> decodeUtf8(const std::string &bytes)
 
 u16 loadMermaidScript()
 {
-    for (const fs::path &folder : resourceFolders()) {
-        const fs::path path = folder / "mermaid.min.js";
-        std::error_code error;
-        if (!fs::is_regular_file(path, error))
-            continue;
-        const auto bytes = readFile(path);
-        if (!bytes)
-            return {};
-        auto text = decodeUtf8(*bytes);
-        if (!text)
-            return {};
-        // The library must not be able to close its script element early.
-        replaceAll(*text, u"</script>", u"<\\/script>");
-        return u"<script>\n" + *text + u"\n</script>";
-    }
-    return {};
+    auto text = readResourceText("mermaid.min.js");
+    if (!text)
+        return {};
+    // The library must not be able to close its script element early.
+    replaceAll(*text, u"</script>", u"<\\/script>");
+    return u"<script>\n" + *text + u"\n</script>";
 }
 
 } // namespace
+
+std::optional<std::string> readResourceBytes(const std::string &relativePath)
+{
+    for (const fs::path &folder : resourceFolders()) {
+        const fs::path path = folder / relativePath;
+        std::error_code error;
+        if (fs::is_regular_file(path, error))
+            return readFile(path);
+    }
+    return std::nullopt;
+}
+
+std::optional<u16> readResourceText(const std::string &relativePath)
+{
+    const auto bytes = readResourceBytes(relativePath);
+    return bytes ? decodeUtf8(*bytes) : std::nullopt;
+}
+
 } // namespace TarnRender
 
 namespace MarkdownRenderer {

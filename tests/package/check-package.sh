@@ -20,7 +20,9 @@ if ! (cd "$build" && cpack -G DEB -B "$out" >"$out/cpack.log" 2>&1); then
 fi
 deb=$(ls "$out"/tarn_*_*.deb)
 contents=$(dpkg-deb -c "$deb")
-for file in usr/bin/tarn usr/share/tarn/mermaid.min.js \
+for file in usr/bin/tarn usr/share/tarn/mermaid.min.js usr/share/tarn/highlight.min.js \
+    usr/share/tarn/katex/katex.min.js usr/share/tarn/katex/katex.min.css \
+    usr/share/tarn/katex/fonts/KaTeX_Main-Regular.woff2 \
     "usr/share/icons/hicolor/scalable/apps/$id.svg" "usr/share/applications/$id.desktop" \
     "usr/share/metainfo/$id.metainfo.xml" usr/share/man/man1/tarn.1.gz \
     usr/share/doc/tarn/copyright usr/share/doc/tarn/changelog.gz; do
@@ -32,7 +34,7 @@ done
 depends=$(dpkg-deb -f "$deb" Depends)
 recommends=$(dpkg-deb -f "$deb" Recommends)
 # From the binary's links (Qt, ICU), and what only runs at run time.
-for needed in libqt6webenginecore6 libicu libqt6webenginecore6-bin libqt6webengine6-data \
+for needed in libqt6webenginecore6 libicu libgumbo1 libqt6webenginecore6-bin libqt6webengine6-data \
     qt6-translations-l10n qt6-wayland; do
     if ! grep -q "$needed" <<<"$depends"; then
         echo "Depends lacks $needed: $depends"
@@ -47,6 +49,13 @@ for wanted in fonts-noto-cjk fcitx5-frontend-qt6; do
 done
 
 dpkg-deb -x "$deb" "$out/root"
+# The licences of what the pages carry come with it.
+for notice in "Knut Sveidqvist" "Khan Academy" "Ivan Sagalaev" "Lucide Contributors"; do
+    if ! grep -q "$notice" "$out/root/usr/share/doc/tarn/copyright"; then
+        echo "the copyright file lacks $notice"
+        exit 1
+    fi
+done
 appstreamcli validate --no-net "$out/root/usr/share/metainfo/$id.metainfo.xml"
 desktop-file-validate "$out/root/usr/share/applications/$id.desktop"
 version=$("$out/root/usr/bin/tarn" --version)

@@ -56,4 +56,11 @@ private slots:
     void themes();
     void flavorHints_data();
     void flavorHints();
+    void sanitizer_data();
+    void sanitizer();
+    void rawHtmlOnlyThroughSanitizer_data();
+    void rawHtmlOnlyThroughSanitizer();
+    void digests();
+    void standardPagePolicy_data();
+    void standardPagePolicy();
 };

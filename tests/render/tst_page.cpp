@@ -3,6 +3,7 @@
 #include "TestSupport.h"
 
 #include <QCryptographicHash>
+#include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -36,6 +37,20 @@ void RenderTest::initTestCase()
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(QStringLiteral("var lib = '</script>'; // 图").toUtf8());
     file.close();
+    // The standard flavour's libraries, with one KaTeX font face in three formats.
+    QVERIFY(QDir(resources.path()).mkpath(QStringLiteral("katex/fonts")));
+    const QList<QPair<QString, QByteArray>> files = {
+        {QStringLiteral("katex/katex.min.js"), "var katex = '</script>';"},
+        {QStringLiteral("katex/katex.min.css"),
+         "@font-face{font-family:KaTeX_Main;src:url(fonts/M.woff2) format(\"woff2\"),"
+         "url(fonts/M.woff) format(\"woff\"),url(fonts/M.ttf) format(\"truetype\")}"},
+        {QStringLiteral("katex/fonts/M.woff2"), "wOF2 font"},
+        {QStringLiteral("highlight.min.js"), "var hljs = {};"}};
+    for (const auto &[name, content] : files) {
+        QFile library(resources.filePath(name));
+        QVERIFY(library.open(QIODevice::WriteOnly));
+        library.write(content);
+    }
     qputenv("TARN_RESOURCE_DIR", resources.path().toUtf8());
 }
 

@@ -1,11 +1,14 @@
 // cmark-gfm's parse tree to Tarn's fragment.
 #include "GfmRenderer.h"
+#include "HtmlSanitizer.h"
 
 #include <cmark-gfm-core-extensions.h>
 #include <cmark-gfm.h>
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace TarnGfm {
 namespace {
@@ -20,6 +23,18 @@ struct NodeDeleter
 {
     void operator()(cmark_node *node) const { cmark_node_free(node); }
 };
+
+bool hasRawHtml(cmark_node *root)
+{
+    cmark_iter *iter = cmark_iter_new(root);
+    bool found = false;
+    while (!found && cmark_iter_next(iter) != CMARK_EVENT_DONE) {
+        const cmark_node_type type = cmark_node_get_type(cmark_iter_get_node(iter));
+        found = type == CMARK_NODE_HTML_BLOCK || type == CMARK_NODE_HTML_INLINE;
+    }
+    cmark_iter_free(iter);
+    return found;
+}
 
 } // namespace
 
@@ -36,10 +51,22 @@ MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown)
     std::unique_ptr<cmark_node, NodeDeleter> root(cmark_parser_finish(parser.get()));
 
     MarkdownRenderer::Fragment fragment;
-    char *html =
-        cmark_render_html(root.get(), kOptions, cmark_parser_get_syntax_extensions(parser.get()));
-    fragment.html = TarnText::fromUtf8(html);
-    std::free(html);
+    // Raw HTML is written out only to go through the sanitizer; documents without any keep
+    // cmark-gfm's own safe output (which also drops javascript: and similar link addresses).
+    cmark_llist *extensions = cmark_parser_get_syntax_extensions(parser.get());
+    std::optional<std::string> kept;
+    if (hasRawHtml(root.get())) {
+        char *html = cmark_render_html(root.get(), kOptions | CMARK_OPT_UNSAFE, extensions);
+        kept = sanitizeHtml(html);
+        std::free(html);
+    }
+    if (kept) {
+        fragment.html = TarnText::fromUtf8(*kept);
+    } else {
+        char *html = cmark_render_html(root.get(), kOptions, extensions);
+        fragment.html = TarnText::fromUtf8(html);
+        std::free(html);
+    }
     return fragment;
 }
 

@@ -1,0 +1,180 @@
+(() => {
+  "use strict";
+
+  // The standard flavour's page script, run just before the reader script: draws math with
+  // KaTeX, colours code with highlight.js (what is near the screen first, the rest in short
+  // slices), shows the alt text of images that do not load, and holds the page's readiness
+  // until the math and colours are all done, so a PDF has them.
+
+  const SLICE_MS = 8;
+  const katex = window.katex && typeof window.katex.render === "function" ? window.katex : null;
+  const hljs = window.hljs && typeof window.hljs.highlight === "function" &&
+      typeof window.hljs.getLanguage === "function" ? window.hljs : null;
+
+  // The reader script sets `tarnReady` and `tarnReadyDone`; they read as done only once this
+  // script's work is done too.
+  let readerDone = false;
+  let workDone = false;
+  let readerPromise = Promise.resolve(true);
+  let finishWork = null;
+  const work = new Promise((resolve) => {
+    finishWork = resolve;
+  });
+  Object.defineProperty(window, "tarnReadyDone", {
+    configurable: true,
+    get: () => readerDone && workDone,
+    set: (value) => {
+      readerDone = Boolean(value);
+    },
+  });
+  Object.defineProperty(window, "tarnReady", {
+    configurable: true,
+    get: () => readerPromise,
+    set: (promise) => {
+      readerPromise = Promise.all([promise, work]).then(([value]) => value);
+    },
+  });
+
+  function drawMath(element) {
+    const source = element.textContent;
+    try {
+      katex.render(source, element, {
+        displayMode: element.classList.contains("math-display"),
+        throwOnError: true,
+        trust: false,
+        strict: "ignore",
+        // No hidden MathML copy: the page's search would find text no one can see.
+        output: "html",
+        maxSize: 50,
+        maxExpand: 1000,
+      });
+    } catch (error) {
+      // KaTeX empties the element before it parses: the source goes back as it was written.
+      element.textContent = source;
+      element.classList.add("math-error");
+      element.title = String(error && error.message ? error.message : error);
+    }
+  }
+
+  // The fence's language is the document's text: it names a grammar only through getLanguage.
+  function colourCode(element) {
+    const token = Array.from(element.classList).find((name) => name.startsWith("language-"));
+    const language = token ? token.slice("language-".length) : "";
+    if (!language || !hljs.getLanguage(language)) {
+      return;
+    }
+    const result = hljs.highlight(element.textContent, { language, ignoreIllegals: true });
+    element.innerHTML = result.value;
+    element.classList.add("hljs");
+  }
+
+  const pending = new Map(); // element -> what to do with it, in document order
+  document.querySelectorAll(".math-inline, .math-display, pre > code[class*='language-']")
+    .forEach((element) => {
+      const isMath = element.classList.contains("math-inline") ||
+        element.classList.contains("math-display");
+      if (isMath ? katex : hljs) {
+        pending.set(element, isMath ? drawMath : colourCode);
+      }
+    });
+
+  function run(element) {
+    const action = pending.get(element);
+    if (!action) {
+      return;
+    }
+    pending.delete(element);
+    try {
+      action(element);
+    } catch (error) {
+      // One block that fails leaves the others be.
+    }
+  }
+
+  let observer = null;
+  const slices = new MessageChannel();
+  const order = Array.from(pending.keys());
+  let next = 0;
+
+  function finish() {
+    if (observer) {
+      observer.disconnect();
+    }
+    slices.port1.onmessage = null;
+    workDone = true;
+    finishWork(true);
+  }
+
+  // The rest, in document order, a few milliseconds at a time so the page stays responsive.
+  function runSlice() {
+    const deadline = performance.now() + SLICE_MS;
+    while (next < order.length && performance.now() < deadline) {
+      run(order[next]);
+      next += 1;
+    }
+    if (next < order.length) {
+      slices.port2.postMessage(0);
+    } else {
+      finish();
+    }
+  }
+
+  if (order.length === 0) {
+    finish();
+  } else {
+    if (typeof IntersectionObserver === "function") {
+      observer = new IntersectionObserver((entries) => {
+        entries.forEach((entry) => {
+          if (entry.isIntersecting) {
+            observer.unobserve(entry.target);
+            run(entry.target);
+          }
+        });
+      }, { rootMargin: "100% 0px" });
+      order.forEach((element) => observer.observe(element));
+    }
+    slices.port1.onmessage = runSlice;
+    slices.port2.postMessage(0);
+  }
+
+  // An image that does not load (a remote one in the reader, a missing file, an address the
+  // sanitizer took out) gives way to its alt text in a quiet frame.
+  function fileName(address) {
+    const path = address.split(/[?#]/)[0];
+    return decodeURIComponentSafe(path.slice(path.lastIndexOf("/") + 1));
+  }
+
+  function decodeURIComponentSafe(text) {
+    try {
+      return decodeURIComponent(text);
+    } catch (error) {
+      return text;
+    }
+  }
+
+  function showAltText(image) {
+    if (!image.isConnected) {
+      return;
+    }
+    const alt = (image.getAttribute("alt") || "").trim();
+    const address = image.getAttribute("src") || "";
+    const frame = document.createElement("span");
+    frame.className = "tarn-image-fallback";
+    frame.setAttribute("role", "img");
+    frame.textContent = alt || fileName(address) || "图片";
+    if (address) {
+      frame.title = address;
+    }
+    image.replaceWith(frame);
+  }
+
+  // Images still on their way say so when they fail; a finished one without pixels is asked
+  // once (an SVG drawing may have no size of its own).
+  Array.from(document.querySelectorAll("main img")).forEach((image) => {
+    if (!image.complete) {
+      image.addEventListener("error", () => showAltText(image), { once: true });
+    } else if (image.naturalWidth === 0) {
+      image.decode().catch(() => showAltText(image));
+    }
+  });
+})();
