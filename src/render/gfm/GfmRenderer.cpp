@@ -1,15 +1,19 @@
-// cmark-gfm's parse tree to Tarn's fragment.
+// Parses with cmark-gfm (GitHub's extensions, footnotes and Tarn's math) and writes the fragment.
 #include "GfmRenderer.h"
 
-#include <cmark-gfm-core-extensions.h>
-#include <cmark-gfm.h>
+#include "FrontMatter.h"
+#include "GfmHtml.h"
+#include "MathExtension.h"
+#include "RendererInternal.h"
 
-#include <cstdlib>
+#include <cmark-gfm-core-extensions.h>
+
 #include <memory>
 
 namespace TarnGfm {
 namespace {
 
+// Raw HTML is left out (no CMARK_OPT_UNSAFE) until the sanitizer keeps it inert.
 constexpr int kOptions = CMARK_OPT_DEFAULT | CMARK_OPT_FOOTNOTES;
 
 struct ParserDeleter
@@ -21,9 +25,7 @@ struct NodeDeleter
     void operator()(cmark_node *node) const { cmark_node_free(node); }
 };
 
-} // namespace
-
-MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown)
+std::unique_ptr<cmark_node, NodeDeleter> parse(std::string_view markdown)
 {
     cmark_gfm_core_extensions_ensure_registered();
     std::unique_ptr<cmark_parser, ParserDeleter> parser(cmark_parser_new(kOptions));
@@ -31,15 +33,43 @@ MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown)
         if (cmark_syntax_extension *extension = cmark_find_syntax_extension(name))
             cmark_parser_attach_syntax_extension(parser.get(), extension);
     }
-    const std::string utf8 = TarnText::toUtf8(markdown);
-    cmark_parser_feed(parser.get(), utf8.data(), utf8.size());
-    std::unique_ptr<cmark_node, NodeDeleter> root(cmark_parser_finish(parser.get()));
+    cmark_parser_attach_syntax_extension(parser.get(), mathExtension());
+    resetMathScanner();
+    cmark_parser_feed(parser.get(), markdown.data(), markdown.size());
+    return std::unique_ptr<cmark_node, NodeDeleter>(cmark_parser_finish(parser.get()));
+}
 
+} // namespace
+
+MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown)
+{
+    return renderFragment(std::string_view(TarnText::toUtf8(markdown)));
+}
+
+MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8)
+{
     MarkdownRenderer::Fragment fragment;
-    char *html =
-        cmark_render_html(root.get(), kOptions, cmark_parser_get_syntax_extensions(parser.get()));
+    std::string html;
+    html.reserve(markdownUtf8.size() + markdownUtf8.size() / 4 + 256);
+
+    const std::optional<FrontMatter> frontMatter = readFrontMatter(markdownUtf8);
+    std::size_t firstLine = 0;
+    if (frontMatter) {
+        markdownUtf8.remove_prefix(frontMatter->byteCount);
+        firstLine = frontMatter->lineCount;
+        if (!frontMatter->entries.empty()) {
+            appendFrontMatterTable(html, *frontMatter);
+            fragment.blockLines.push_back(0);
+        }
+    }
+    const auto root = parse(markdownUtf8);
+    writeHtml(root.get(), firstLine, html, fragment);
+
+    if (fragment.blockLines.empty())
+        html = TarnText::toUtf8(TarnRender::kEmptyState);
+    while (html.ends_with('\n'))
+        html.pop_back();
     fragment.html = TarnText::fromUtf8(html);
-    std::free(html);
     return fragment;
 }
 

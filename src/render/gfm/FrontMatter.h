@@ -1,0 +1,26 @@
+// A YAML block at the very top of a document, shown as a small table of its keys and values.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace TarnGfm {
+
+struct FrontMatter
+{
+    // Top-level keys with their values; nested values keep their raw text.
+    std::vector<std::pair<std::string, std::string>> entries;
+    std::size_t lineCount = 0; // lines taken from the top, fences included
+    std::size_t byteCount = 0; // bytes taken from the top
+};
+
+// The block opened by "---" on the first line and closed by "---" or "...", if there is one.
+std::optional<FrontMatter> readFrontMatter(std::string_view utf8);
+// A two-column table of the entries, text escaped; nothing when there are no entries.
+void appendFrontMatterTable(std::string &out, const FrontMatter &frontMatter);
+
+} // namespace TarnGfm
