@@ -54,4 +54,10 @@ private slots:
     void lineEnds_data();
     void lineEnds();
     void themes();
+    void gfmFragment_data();
+    void gfmFragment();
+    void gfmOutline_data();
+    void gfmOutline();
+    void gfmResourcesAndDiagrams();
+    void commonMarkConformance();
 };

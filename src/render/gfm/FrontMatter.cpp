@@ -83,20 +83,23 @@ std::optional<FrontMatter> readFrontMatter(std::string_view utf8)
     for (const std::string_view line : body) {
         std::string_view key, value;
         if (splitKey(line, key, value)) {
-            frontMatter.entries.emplace_back(std::string(key), std::string(value));
+            frontMatter.entries.push_back({std::string(key), std::string(value)});
         } else if (!trimmed(line).empty() && !trimmed(line).starts_with('#')) {
             if (frontMatter.entries.empty())
                 frontMatter.entries.emplace_back();
-            std::string &raw = frontMatter.entries.back().second;
+            FrontMatter::Entry &entry = frontMatter.entries.back();
+            std::string &raw = entry.value;
+            if (!entry.nested && (raw.starts_with('|') || raw.starts_with('>')))
+                raw.clear(); // a block scalar's text is the lines below its indicator
+            entry.nested = true;
             if (!raw.empty())
                 raw.push_back('\n');
             raw.append(line);
         }
     }
-    for (auto &entry : frontMatter.entries) {
-        std::string &value = entry.second;
-        if (value.find('\n') == std::string::npos)
-            value = std::string(unquoted(value));
+    for (FrontMatter::Entry &entry : frontMatter.entries) {
+        if (!entry.nested)
+            entry.value = std::string(unquoted(entry.value));
     }
     return frontMatter;
 }
@@ -106,15 +109,12 @@ void appendFrontMatterTable(std::string &out, const FrontMatter &frontMatter)
     if (frontMatter.entries.empty())
         return;
     out.append("<div class=\"table-wrap front-matter\">\n<table>\n<tbody>\n");
-    for (const auto &[key, value] : frontMatter.entries) {
+    for (const FrontMatter::Entry &entry : frontMatter.entries) {
         out.append("<tr><th>");
-        appendEscaped(out, key);
-        out.append("</th><td>");
-        const bool nested = value.find('\n') != std::string::npos;
-        out.append(nested ? "<pre>" : "");
-        appendEscaped(out, value);
-        out.append(nested ? "</pre>" : "");
-        out.append("</td></tr>\n");
+        appendEscaped(out, entry.key);
+        out.append(entry.nested ? "</th><td><pre>" : "</th><td>");
+        appendEscaped(out, entry.value);
+        out.append(entry.nested ? "</pre></td></tr>\n" : "</td></tr>\n");
     }
     out.append("</tbody>\n</table>\n</div>\n");
 }

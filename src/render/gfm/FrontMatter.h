@@ -5,17 +5,21 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace TarnGfm {
 
 struct FrontMatter
 {
-    // Top-level keys with their values; nested values keep their raw text.
-    std::vector<std::pair<std::string, std::string>> entries;
-    std::size_t lineCount = 0; // lines taken from the top, fences included
-    std::size_t byteCount = 0; // bytes taken from the top
+    struct Entry
+    {
+        std::string key;
+        std::string value;
+        bool nested = false; // the value is the raw text of the lines below the key
+    };
+    std::vector<Entry> entries; // the top-level keys, in order
+    std::size_t lineCount = 0;  // lines taken from the top, fences included
+    std::size_t byteCount = 0;  // bytes taken from the top
 };
 
 // The block opened by "---" on the first line and closed by "---" or "...", if there is one.

@@ -65,10 +65,11 @@ MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8)
     const auto root = parse(markdownUtf8);
     writeHtml(root.get(), firstLine, html, fragment);
 
-    if (fragment.blockLines.empty())
+    if (html.empty())
         html = TarnText::toUtf8(TarnRender::kEmptyState);
     while (html.ends_with('\n'))
         html.pop_back();
+    // The one place the fragment's HTML is made.
     fragment.html = TarnText::fromUtf8(html);
     return fragment;
 }
