@@ -1,6 +1,7 @@
-// Fuzz harness for the renderer: any input must render without crashing, and no markup from
-// the source may reach the page: every "<" opens one of the renderer's own tags, and every
-// attribute value ends at its own closing quote.
+// Fuzz harness for the renderer: any input must render in both flavours without crashing, and
+// no markup from the source may reach the page: every "<" opens one of the renderer's own tags
+// (or is the standard flavour's note that raw HTML was left out), and every attribute value
+// ends at its own closing quote.
 #include "MarkdownRenderer.h"
 
 #include <array>
@@ -11,15 +12,18 @@
 
 namespace {
 
-constexpr std::array<std::u16string_view, 33> kTags = {
+constexpr std::array<std::u16string_view, 34> kTags = {
     u"p",   u"h1",     u"h2",    u"h3",      u"h4",      u"h5",   u"h6",  u"hr",   u"blockquote",
     u"br",  u"ul",     u"ol",    u"li",      u"input",   u"span", u"pre", u"code", u"figure",
     u"div", u"table",  u"thead", u"tbody",   u"tr",      u"th",   u"td",  u"img",  u"a",
-    u"del", u"strong", u"em",    u"section", u"caption", u"main"};
+    u"del", u"strong", u"em",    u"section", u"caption", u"main", u"sup"};
 
-constexpr std::array<std::u16string_view, 11> kAttributes = {
-    u"id",      u"class",           u"href",      u"src", u"alt", u"start", u"type", u"disabled",
-    u"checked", u"data-mermaid-id", u"aria-label"};
+constexpr std::array<std::u16string_view, 13> kAttributes = {
+    u"id",         u"class", u"href",     u"src",     u"alt",
+    u"start",      u"type",  u"disabled", u"checked", u"data-mermaid-id",
+    u"aria-label", u"align", u"title"};
+
+constexpr std::u16string_view kRawHtmlOmitted = u"<!-- raw HTML omitted -->";
 
 [[noreturn]] void fail(const char *what, std::u16string_view html, std::size_t at)
 {
@@ -48,6 +52,8 @@ void checkFragment(std::u16string_view html)
 {
     for (std::size_t at = html.find(u'<'); at != std::u16string_view::npos;
          at = html.find(u'<', at + 1)) {
+        if (html.substr(at).starts_with(kRawHtmlOmitted))
+            continue;
         std::size_t i = at + 1;
         const bool closing = i < html.size() && html[i] == u'/';
         if (closing)
@@ -60,6 +66,8 @@ void checkFragment(std::u16string_view html)
         // Attributes: name, or name="value" where the value runs to the next quote.
         while (i < html.size() && html[i] == u' ') {
             ++i;
+            if (html.substr(i).starts_with(u"/>"))
+                break;
             const std::size_t attributeBegin = i;
             while (i < html.size() && isNameChar(html[i]))
                 ++i;
@@ -76,21 +84,33 @@ void checkFragment(std::u16string_view html)
                     fail("quote inside an attribute value", html, close);
             }
         }
+        if (!closing && html.substr(i).starts_with(u"/>"))
+            ++i; // "<br />"
         if (i >= html.size() || html[i] != u'>')
             fail("malformed tag", html, at);
     }
+}
+
+void checkOutline(const MarkdownRenderer::Fragment &fragment)
+{
+    for (const TOCItem &item : fragment.toc) {
+        if (item.id.empty() || item.level < 1 || item.level > 6)
+            fail("bad outline entry", fragment.html, 0);
+    }
+    if (fragment.headingLines.size() != fragment.toc.size())
+        fail("a heading without its line", fragment.html, 0);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    const std::string_view input(reinterpret_cast<const char *>(data), size);
-    const auto fragment = MarkdownRenderer::renderFragment(TarnText::fromUtf8(input));
-    checkFragment(fragment.html);
-    for (const TOCItem &item : fragment.toc) {
-        if (item.id.empty() || item.level < 1 || item.level > 6)
-            fail("bad outline entry", fragment.html, 0);
+    const std::u16string text =
+        TarnText::fromUtf8(std::string_view(reinterpret_cast<const char *>(data), size));
+    for (const MarkdownFlavor flavor : {MarkdownFlavor::classic, MarkdownFlavor::gfm}) {
+        const auto fragment = MarkdownRenderer::renderFragment(text, flavor);
+        checkFragment(fragment.html);
+        checkOutline(fragment);
     }
     return 0;
 }
