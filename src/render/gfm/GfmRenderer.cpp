@@ -14,7 +14,7 @@ namespace TarnGfm {
 namespace {
 
 // Raw HTML is left out (no CMARK_OPT_UNSAFE) until the sanitizer keeps it inert.
-constexpr int kOptions = CMARK_OPT_DEFAULT | CMARK_OPT_FOOTNOTES;
+constexpr int kOptions = CMARK_OPT_DEFAULT;
 
 struct ParserDeleter
 {
@@ -25,10 +25,29 @@ struct NodeDeleter
     void operator()(cmark_node *node) const { cmark_node_free(node); }
 };
 
+// Something that may be a footnote definition, "[^label]:" with a label as cmark-gfm scans it
+// (no "]", spaces, tabs or line ends). Footnotes cost cmark-gfm two more walks over the whole
+// tree, and without a definition no reference is a footnote.
+bool mayHaveFootnotes(std::string_view markdown)
+{
+    for (std::size_t at = markdown.find("[^"); at != std::string_view::npos;) {
+        const std::size_t end = markdown.find_first_of("] \t\r\n", at + 2);
+        if (end == std::string_view::npos)
+            return false;
+        if (markdown[end] == ']' && end > at + 2 && end + 1 < markdown.size() &&
+            markdown[end + 1] == ':')
+            return true;
+        // A "[^" before `end` would stop at `end` too.
+        at = markdown.find("[^", end);
+    }
+    return false;
+}
+
 std::unique_ptr<cmark_node, NodeDeleter> parse(std::string_view markdown)
 {
     cmark_gfm_core_extensions_ensure_registered();
-    std::unique_ptr<cmark_parser, ParserDeleter> parser(cmark_parser_new(kOptions));
+    const int options = mayHaveFootnotes(markdown) ? kOptions | CMARK_OPT_FOOTNOTES : kOptions;
+    std::unique_ptr<cmark_parser, ParserDeleter> parser(cmark_parser_new(options));
     for (const char *name : {"table", "strikethrough", "autolink", "tagfilter", "tasklist"}) {
         if (cmark_syntax_extension *extension = cmark_find_syntax_extension(name))
             cmark_parser_attach_syntax_extension(parser.get(), extension);
