@@ -74,6 +74,9 @@ void RenderTest::gfmFragment_data()
     QTest::newRow("display math inside text") << "see $$x$$ here" << "<p>see <span class=\"math math-display\">x</span> here</p>";
     QTest::newRow("math fence") << lines({"```math", "a<b", "```"}) << "<div class=\"math math-display\">a&lt;b</div>";
     QTest::newRow("unclosed display") << "$$x" << "<p>$$x</p>";
+    QTest::newRow("math in a table cell") << lines({"| a |", "|---|", "| $x$ $$y$$ |"})
+        << "<div class=\"table-wrap\">\n<table>\n<thead>\n<tr>\n<th>a</th>\n</tr>\n</thead>\n<tbody>\n<tr>\n"
+           "<td><span class=\"math math-inline\">x</span> <span class=\"math math-display\">y</span></td>\n</tr>\n</tbody>\n</table>\n</div>";
     QTest::newRow("math in a heading") << "# Area $r^2$" << "<h1 id=\"area-r-2\">Area <span class=\"math math-inline\">r^2</span></h1>";
 
     QTest::newRow("empty document") << "" << "<section class=\"empty-state\"><h1>Tarn</h1><p>打开或拖入 Markdown 文件开始阅读。</p></section>";

@@ -24,8 +24,8 @@ void appendPlainText(std::string &out, cmark_node *node)
             out.append(literal(child));
         else if (type == CMARK_NODE_SOFTBREAK || type == CMARK_NODE_LINEBREAK)
             out.push_back(' ');
-        else if (type == mathInlineType() || type == mathDisplayType())
-            out.append(mathSource(child));
+        else if (mathOf(child) != Math::none)
+            out.append(texOf(child));
         else
             appendPlainText(out, child);
     }

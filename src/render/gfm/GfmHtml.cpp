@@ -16,12 +16,6 @@ std::string_view literal(cmark_node *node)
     return text ? std::string_view(text) : std::string_view();
 }
 
-std::string_view mathSource(cmark_node *node)
-{
-    const char *text = cmark_node_get_string_content(node);
-    return text ? std::string_view(text) : std::string_view();
-}
-
 namespace {
 
 // A paragraph that holds one display formula and nothing else becomes the formula's block.
@@ -35,7 +29,7 @@ cmark_node *onlyDisplayMath(cmark_node *paragraph)
             (type == CMARK_NODE_TEXT &&
              literal(child).find_first_not_of(" \t") == std::string::npos))
             continue;
-        if (type != mathDisplayType() || math)
+        if (mathOf(child) != Math::displayMath || math)
             return nullptr;
         math = child;
     }
@@ -76,12 +70,24 @@ bool HtmlWriter::visit(cmark_node *node, bool entering)
     const cmark_node_type type = cmark_node_get_type(node);
     if (m_imageOpen && node != m_imageOpen) {
         // An image's description becomes its alt text.
-        if (type == CMARK_NODE_TEXT || type == CMARK_NODE_CODE)
+        if (mathOf(node) != Math::none)
+            appendEscaped(m_out, texOf(node));
+        else if (type == CMARK_NODE_TEXT || type == CMARK_NODE_CODE)
             appendEscaped(m_out, literal(node));
-        else if (type == mathInlineType() || type == mathDisplayType())
-            appendEscaped(m_out, mathSource(node));
+
         else if (type == CMARK_NODE_SOFTBREAK || type == CMARK_NODE_LINEBREAK)
             m_out.push_back(' ');
+        return true;
+    }
+    if (const Math math = mathOf(node); math != Math::none) {
+        if (entering) {
+            // A display formula among other text stays inline-level, so the paragraph holds.
+            m_out.append(math == Math::inlineMath ? "<span class=\"math math-inline\">"
+                                                  : "<span class=\"math math-display\">");
+            appendEscaped(m_out, texOf(node));
+            m_out.append("</span>");
+            m_fragment.hasMath = true;
+        }
         return true;
     }
     switch (type) {
@@ -152,7 +158,7 @@ bool HtmlWriter::visit(cmark_node *node, bool entering)
             if (cmark_node *math = onlyDisplayMath(node)) {
                 newline();
                 m_out.append("<div class=\"math math-display\">");
-                appendEscaped(m_out, mathSource(math));
+                appendEscaped(m_out, texOf(math));
                 m_out.append("</div>\n");
                 m_fragment.hasMath = true;
                 return false;
@@ -215,7 +221,6 @@ bool HtmlWriter::visit(cmark_node *node, bool entering)
 // The extensions' node types are only known by name.
 void HtmlWriter::extensionNode(cmark_node *node, bool entering)
 {
-    const cmark_node_type type = cmark_node_get_type(node);
     const std::string_view name = cmark_node_get_type_string(node);
     if (name == "strikethrough") {
         m_out.append(entering ? "<del>" : "</del>");
@@ -231,13 +236,6 @@ void HtmlWriter::extensionNode(cmark_node *node, bool entering)
             m_out.append(header ? "</tr>\n</thead>\n<tbody>\n" : "</tr>\n");
     } else if (name == "table_cell") {
         tableCell(node, entering);
-    } else if (entering && (type == mathInlineType() || type == mathDisplayType())) {
-        // A display formula among other text stays inline-level, so the paragraph holds.
-        m_out.append(type == mathInlineType() ? "<span class=\"math math-inline\">"
-                                              : "<span class=\"math math-display\">");
-        appendEscaped(m_out, mathSource(node));
-        m_out.append("</span>");
-        m_fragment.hasMath = true;
     }
 }
 

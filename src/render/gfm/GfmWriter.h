@@ -16,7 +16,6 @@ namespace TarnGfm {
 using TarnRender::u16;
 
 std::string_view literal(cmark_node *node);
-std::string_view mathSource(cmark_node *node);
 
 class HtmlWriter
 {

@@ -5,6 +5,7 @@
 #include "MathExtension.h"
 
 #include <string>
+#include <string_view>
 
 namespace TarnGfm {
 namespace {
@@ -90,15 +91,32 @@ int findCloser(const Subject &subject, int begin, bool display)
     }
 }
 
-cmark_node *mathNode(cmark_syntax_extension *extension, cmark_node_type type,
+// Tags for formulas that live in code nodes.
+constexpr char kInlineInCell = 'i';
+constexpr char kDisplayInCell = 'd';
+
+bool isTableCell(cmark_node *block)
+{
+    return std::string_view(cmark_node_get_type_string(block)) == "table_cell";
+}
+
+cmark_node *mathNode(cmark_syntax_extension *extension, cmark_node *block, bool display,
                      const Subject &subject, int begin, int end)
 {
     std::string tex;
     tex.reserve(std::size_t(end - begin));
     for (int i = begin; i < end; ++i)
         tex.push_back(char(subject.at(i)));
+    if (isTableCell(block)) {
+        cmark_node *code = cmark_node_new(CMARK_NODE_CODE);
+        cmark_node_set_literal(code, tex.c_str());
+        cmark_node_set_user_data(code,
+                                 const_cast<char *>(display ? &kDisplayInCell : &kInlineInCell));
+        return code;
+    }
     cmark_node *node =
-        cmark_node_new_with_mem_and_ext(type, cmark_get_default_mem_allocator(), extension);
+        cmark_node_new_with_mem_and_ext(display ? types().displayType : types().inlineType,
+                                        cmark_get_default_mem_allocator(), extension);
     cmark_node_set_string_content(node, tex.c_str());
     return node;
 }
@@ -129,8 +147,7 @@ cmark_node *matchMath(cmark_syntax_extension *extension, cmark_parser *, cmark_n
         cmark_inline_parser_set_offset(parser, start + 2);
         return text;
     }
-    cmark_node *node = mathNode(extension, display ? types().displayType : types().inlineType,
-                                subject, begin, close);
+    cmark_node *node = mathNode(extension, block, display, subject, begin, close);
     cmark_inline_parser_set_offset(parser, close + (display ? 2 : 1));
     return node;
 }
@@ -156,14 +173,27 @@ cmark_syntax_extension *mathExtension()
     return extension;
 }
 
-cmark_node_type mathInlineType()
+Math mathOf(cmark_node *node)
 {
-    return types().inlineType;
+    const cmark_node_type type = cmark_node_get_type(node);
+    if (type == types().inlineType)
+        return Math::inlineMath;
+    if (type == types().displayType)
+        return Math::displayMath;
+    if (type != CMARK_NODE_CODE)
+        return Math::none;
+    const void *tag = cmark_node_get_user_data(node);
+    return tag == &kInlineInCell    ? Math::inlineMath
+           : tag == &kDisplayInCell ? Math::displayMath
+                                    : Math::none;
 }
 
-cmark_node_type mathDisplayType()
+std::string_view texOf(cmark_node *node)
 {
-    return types().displayType;
+    const char *text = cmark_node_get_type(node) == CMARK_NODE_CODE
+                           ? cmark_node_get_literal(node)
+                           : cmark_node_get_string_content(node);
+    return text ? std::string_view(text) : std::string_view();
 }
 
 void resetMathScanner()
