@@ -67,6 +67,7 @@ void RenderTest::gfmFragment_data()
 
     QTest::newRow("inline math") << "a $x^2 < y$ b" << "<p>a <span class=\"math math-inline\">x^2 &lt; y</span> b</p>";
     QTest::newRow("prices stay text") << "costs $5 and $10" << "<p>costs $5 and $10</p>";
+    QTest::newRow("no closer before a digit") << "a $x$1 b" << "<p>a $x$1 b</p>";
     QTest::newRow("escaped dollar") << "\\$x$ and $y\\$" << "<p>$x$ and $y$</p>";
     QTest::newRow("space after opener, before closer") << "$ x$ and $x $" << "<p>$ x$ and $x $</p>";
     QTest::newRow("dollars in code spans") << "`$x$`" << "<p><code>$x$</code></p>";
