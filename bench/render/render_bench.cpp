@@ -145,11 +145,13 @@ BENCHMARK_CAPTURE(BM_Md4c, generated, 0)
 BENCHMARK_CAPTURE(BM_Md4c, real, 1)->Name("real_10MB/md4c")->Unit(benchmark::kMillisecond);
 #endif
 
-void BM_Pathological(benchmark::State &state, std::string (*make)())
+void BM_Pathological(benchmark::State &state, std::string (*make)(),
+                     MarkdownFlavor flavor = MarkdownFlavor::classic)
 {
     const std::string document = make();
     for (auto _ : state) {
-        const auto page = MarkdownRenderer::render(std::string_view(document));
+        const auto page = MarkdownRenderer::render(std::string_view(document),
+                                                   TarnTheme::businessBlue, u"Tarn", flavor);
         benchmark::DoNotOptimize(page.html.data());
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(document.size()));
@@ -177,6 +179,23 @@ BENCHMARK_CAPTURE(BM_Pathological, code_spans_20k_one_paragraph,
     ->Iterations(2);
 BENCHMARK_CAPTURE(BM_Pathological, bar_lines_1MB,
                   [] { return BenchDocuments::barLines(1024 * 1024); })
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+
+// The standard flavour on the same shapes, and on the math extension's own worst case.
+BENCHMARK_CAPTURE(
+    BM_Pathological, gfm_mixed_delimiters_5MB_line,
+    [] { return BenchDocuments::mixedDelimiterLine(5 * 1024 * 1024); }, MarkdownFlavor::gfm)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(
+    BM_Pathological, gfm_identical_headings_50k,
+    [] { return BenchDocuments::identicalHeadings(50000); }, MarkdownFlavor::gfm)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(
+    BM_Pathological, gfm_dollars_5MB_paragraph,
+    [] { return BenchDocuments::dollarParagraph(5 * 1024 * 1024); }, MarkdownFlavor::gfm)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(2);
 
