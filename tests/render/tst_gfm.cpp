@@ -56,8 +56,7 @@ void RenderTest::gfmFragment_data()
     QTest::newRow("front matter table, escaped, nested raw") << lines({"---", "title: \"A & <b>\"", "tags:", "  - x", "# note", "text: a", "  b", "...", "# H"})
         << "<div class=\"table-wrap front-matter\">\n<table>\n<tbody>\n<tr><th>title</th><td>A &amp; &lt;b&gt;</td></tr>\n"
            "<tr><th>tags</th><td><pre>  - x</pre></td></tr>\n<tr><th>text</th><td><pre>a\n  b</pre></td></tr>\n</tbody>\n</table>\n</div>\n<h1 id=\"h\">H</h1>";
-    QTest::newRow("front matter without keys, not a rule and heading") << lines({"---", "Foo", "---", "Bar"})
-        << "<div class=\"table-wrap front-matter\">\n<table>\n<tbody>\n<tr><th></th><td><pre>Foo</pre></td></tr>\n</tbody>\n</table>\n</div>\n<p>Bar</p>";
+    QTest::newRow("front matter must begin with a key") << lines({"---", "Foo", "---", "Bar"}) << "<hr />\n<h2 id=\"foo\">Foo</h2>\n<p>Bar</p>";
     QTest::newRow("unclosed front matter is Markdown") << lines({"---", "a: b"}) << "<hr />\n<p>a: b</p>";
     QTest::newRow("front matter only on the first line") << lines({"x", "---", "a: b", "---"}) << "<h2 id=\"x\">x</h2>\n<h2 id=\"a-b\">a: b</h2>";
 
@@ -101,7 +100,7 @@ void RenderTest::gfmOutline_data()
         << "one-two|One two|1 three|Three|2 one-two-2|One two|1" << "3 5 11" << "0 3 5 8 11 10";
     QTest::newRow("skipped raw HTML makes no block") << lines({"<div>", "</div>", "", "> [!TIP]", "> t", "", "text"})
         << "" << "" << "3 6";
-    QTest::newRow("empty front matter makes no block") << lines({"---", "---", "## a"}) << "a|a|2" << "2" << "2";
+    QTest::newRow("front matter with comments and blank lines") << lines({"---", "", "# c", "a: b", "...", "## a"}) << "a|a|2" << "5" << "0 5";
     // clang-format on
 }
 

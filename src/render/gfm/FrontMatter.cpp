@@ -85,8 +85,9 @@ std::optional<FrontMatter> readFrontMatter(std::string_view utf8)
         if (splitKey(line, key, value)) {
             frontMatter.entries.push_back({std::string(key), std::string(value)});
         } else if (!trimmed(line).empty() && !trimmed(line).starts_with('#')) {
+            // YAML front matter begins with a key; anything else is a rule and Markdown.
             if (frontMatter.entries.empty())
-                frontMatter.entries.emplace_back();
+                return std::nullopt;
             FrontMatter::Entry &entry = frontMatter.entries.back();
             std::string &raw = entry.value;
             if (!entry.nested && (raw.starts_with('|') || raw.starts_with('>')))
@@ -97,6 +98,8 @@ std::optional<FrontMatter> readFrontMatter(std::string_view utf8)
             raw.append(line);
         }
     }
+    if (frontMatter.entries.empty())
+        return std::nullopt;
     for (FrontMatter::Entry &entry : frontMatter.entries) {
         if (!entry.nested)
             entry.value = std::string(unquoted(entry.value));
@@ -106,8 +109,6 @@ std::optional<FrontMatter> readFrontMatter(std::string_view utf8)
 
 void appendFrontMatterTable(std::string &out, const FrontMatter &frontMatter)
 {
-    if (frontMatter.entries.empty())
-        return;
     out.append("<div class=\"table-wrap front-matter\">\n<table>\n<tbody>\n");
     for (const FrontMatter::Entry &entry : frontMatter.entries) {
         out.append("<tr><th>");

@@ -22,9 +22,10 @@ struct FrontMatter
     std::size_t byteCount = 0;  // bytes taken from the top
 };
 
-// The block opened by "---" on the first line and closed by "---" or "...", if there is one.
+// The block opened by "---" on the first line and closed by "---" or "...", if there is one
+// and its first line that is not blank or a comment is a "key: value" line.
 std::optional<FrontMatter> readFrontMatter(std::string_view utf8);
-// A two-column table of the entries, text escaped; nothing when there are no entries.
+// A two-column table of the entries, text escaped.
 void appendFrontMatterTable(std::string &out, const FrontMatter &frontMatter);
 
 } // namespace TarnGfm

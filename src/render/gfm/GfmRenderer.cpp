@@ -76,10 +76,8 @@ MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8)
     if (frontMatter) {
         markdownUtf8.remove_prefix(frontMatter->byteCount);
         firstLine = frontMatter->lineCount;
-        if (!frontMatter->entries.empty()) {
-            appendFrontMatterTable(html, *frontMatter);
-            fragment.blockLines.push_back(0);
-        }
+        appendFrontMatterTable(html, *frontMatter);
+        fragment.blockLines.push_back(0);
     }
     const auto root = parse(markdownUtf8);
     writeHtml(root.get(), firstLine, html, fragment);
