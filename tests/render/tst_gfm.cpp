@@ -60,6 +60,9 @@ void RenderTest::gfmFragment_data()
     QTest::newRow("unclosed front matter is Markdown") << lines({"---", "a: b"}) << "<hr />\n<p>a: b</p>";
     QTest::newRow("front matter only on the first line") << lines({"x", "---", "a: b", "---"}) << "<h2 id=\"x\">x</h2>\n<h2 id=\"a-b\">a: b</h2>";
 
+    QTest::newRow("task items, text in one box") << lines({"- [x] done *well*", "- [ ] open", "- plain"})
+        << "<ul>\n<li class=\"task-item\"><input type=\"checkbox\" disabled checked><div>done <em>well</em></div></li>\n"
+           "<li class=\"task-item\"><input type=\"checkbox\" disabled><div>open</div></li>\n<li>plain</li>\n</ul>";
     QTest::newRow("fence language normalised and escaped") << lines({"```{.Ruby}", "a", "```", "```a\"<b", "```"})
         << "<pre><code class=\"language-ruby\">a\n</code></pre>\n<pre><code class=\"language-a&quot;&lt;b\"></code></pre>";
     QTest::newRow("indented code has no language") << "    x < y" << "<pre><code>x &lt; y\n</code></pre>";

@@ -126,19 +126,22 @@ bool HtmlWriter::visit(cmark_node *node, bool entering)
                                                                              : "</ol>\n");
         }
         break;
-    case CMARK_NODE_ITEM:
+    case CMARK_NODE_ITEM: {
+        // A task item is a flex row, as in the classic flavour: the box, then one box of text.
+        const bool task = m_tasklist && cmark_node_get_syntax_extension(node) == m_tasklist;
         if (!entering) {
-            m_out.append("</li>\n");
-        } else if (cmark_node_get_syntax_extension(node) == m_tasklist && m_tasklist) {
-            newline();
-            m_out.append(cmark_gfm_extensions_get_tasklist_item_checked(node)
-                             ? "<li class=\"task-item\"><input type=\"checkbox\" disabled checked> "
-                             : "<li class=\"task-item\"><input type=\"checkbox\" disabled> ");
-        } else {
-            newline();
-            m_out.append("<li>");
+            m_out.append(task ? "</div></li>\n" : "</li>\n");
+            break;
         }
+        newline();
+        if (!task)
+            m_out.append("<li>");
+        else if (cmark_gfm_extensions_get_tasklist_item_checked(node))
+            m_out.append("<li class=\"task-item\"><input type=\"checkbox\" disabled checked><div>");
+        else
+            m_out.append("<li class=\"task-item\"><input type=\"checkbox\" disabled><div>");
         break;
+    }
     case CMARK_NODE_HEADING:
         heading(node, entering);
         break;
