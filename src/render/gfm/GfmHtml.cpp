@@ -74,7 +74,6 @@ bool HtmlWriter::visit(cmark_node *node, bool entering)
             appendEscaped(m_out, texOf(node));
         else if (type == CMARK_NODE_TEXT || type == CMARK_NODE_CODE)
             appendEscaped(m_out, literal(node));
-
         else if (type == CMARK_NODE_SOFTBREAK || type == CMARK_NODE_LINEBREAK)
             m_out.push_back(' ');
         return true;
