@@ -190,7 +190,8 @@ void HtmlWriter::backReferences()
     }
 }
 
-// Raw HTML stays out of the page for now.
+// Raw HTML stays out of the page for now. cmark-gfm's tagfilter only acts inside its own HTML
+// renderer, which this writer replaces: whoever lets raw HTML through here filters it here too.
 void HtmlWriter::rawHtml(cmark_node *)
 {
     m_out.append("<!-- raw HTML omitted -->");
