@@ -65,6 +65,17 @@ std::string realistic(std::size_t bytes)
     return out;
 }
 
+std::string dollarParagraph(std::size_t bytes)
+{
+    static const std::string alphabet = "$$$\\ a1\n";
+    std::mt19937 random(11);
+    std::string out;
+    out.reserve(bytes);
+    while (out.size() < bytes)
+        out += alphabet[random() % alphabet.size()];
+    return out;
+}
+
 std::string mixedDelimiterLine(std::size_t bytes)
 {
     static const std::string alphabet = "*_~\\`[]()|ab ";

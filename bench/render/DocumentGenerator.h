@@ -27,5 +27,7 @@ std::string identicalHeadings(std::size_t count);
 std::string tableRows(std::size_t count);
 std::string codeSpansParagraph(std::size_t count);
 std::string barLines(std::size_t bytes);
+// Dollar signs, backslashes, spaces and digits in one paragraph: math openers without closers.
+std::string dollarParagraph(std::size_t bytes);
 
 } // namespace BenchDocuments

@@ -38,15 +38,9 @@ u16 Parser::parseCodeFence()
     index = i < lines.size() ? i + 1 : lines.size();
 
     u16 out;
-    if (language == u"mermaid" || language == u"mmd") {
+    if (isDiagramLanguage(language)) {
         hasMermaid = true;
-        const long long number = mermaidCounter++;
-        out = u"<figure class=\"mermaid-diagram\" data-mermaid-id=\"tarn-mermaid-";
-        appendDecimal(out, number);
-        out.append(u"\">\n<div class=\"mermaid-output\" aria-label=\"流程图\"></div>\n"
-                   u"<pre class=\"mermaid-source\"><code>");
-        appendEscapedHTML(out, code);
-        out.append(u"</code></pre>\n</figure>");
+        appendDiagram(out, mermaidCounter++, code);
         return out;
     }
     out = u"<pre><code";
@@ -59,6 +53,21 @@ u16 Parser::parseCodeFence()
     appendEscapedHTML(out, code);
     out.append(u"</code></pre>");
     return out;
+}
+
+bool isDiagramLanguage(u16v language)
+{
+    return language == u"mermaid" || language == u"mmd";
+}
+
+void appendDiagram(u16 &out, long long number, u16v code)
+{
+    out.append(u"<figure class=\"mermaid-diagram\" data-mermaid-id=\"tarn-mermaid-");
+    appendDecimal(out, number);
+    out.append(u"\">\n<div class=\"mermaid-output\" aria-label=\"流程图\"></div>\n"
+               u"<pre class=\"mermaid-source\"><code>");
+    appendEscapedHTML(out, code);
+    out.append(u"</code></pre>\n</figure>");
 }
 
 std::vector<u16v> splitTableRow(u16v line)

@@ -33,7 +33,12 @@ std::optional<u16> Parser::parseHeading(u16v line)
 
 u16 Parser::uniqueSlug(u16v text)
 {
-    const u16 lowered = toLowerFull(plainText(text));
+    return slugs.unique(plainText(text));
+}
+
+u16 SlugRegistry::unique(u16v plain)
+{
+    const u16 lowered = toLowerFull(plain);
 
     // Letters, marks and numbers stay; everything else becomes one hyphen per run.
     u16 base;
@@ -54,7 +59,7 @@ u16 Parser::uniqueSlug(u16v text)
     if (base.empty())
         base = u"section";
 
-    long long &count = slugCounts[base];
+    long long &count = counts[base];
     const long long used = count;
     count = used + 1;
     if (used == 0)

@@ -81,6 +81,20 @@ std::optional<std::vector<u16>> firstMatch(u16v text, u16v pattern);
 u16 renderInline(u16v text);
 u16 plainText(u16v text);
 
+// --- Shared by both flavours (Headings.cpp, Blocks.cpp) ----------------------------------
+
+// Readable, unique element ids for headings: letters, marks and numbers of the lower-cased plain
+// text, other runs as one hyphen; a repeated id gets "-2", "-3", ... Ids never hold "_".
+struct SlugRegistry
+{
+    std::unordered_map<u16, long long> counts;
+    u16 unique(u16v plain);
+};
+
+// A ```mermaid block: the figure the reader script turns into a diagram.
+void appendDiagram(u16 &out, long long number, u16v code);
+bool isDiagramLanguage(u16v language);
+
 // --- Block parsing (Parser.cpp, Headings.cpp, Blocks.cpp) ---------------------------------
 
 struct ListItemInfo
@@ -98,7 +112,7 @@ struct Parser
     std::vector<TOCItem> toc;
     std::vector<std::size_t> headingLines; // the source line of each outline entry
     std::vector<std::size_t> blockLines;   // the first source line of each top-level block
-    std::unordered_map<u16, long long> slugCounts;
+    SlugRegistry slugs;
     bool hasMermaid = false;
     long long mermaidCounter = 0;
 

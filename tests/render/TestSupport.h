@@ -63,4 +63,10 @@ private slots:
     void digests();
     void standardPagePolicy_data();
     void standardPagePolicy();
+    void gfmFragment_data();
+    void gfmFragment();
+    void gfmOutline_data();
+    void gfmOutline();
+    void gfmResourcesAndDiagrams();
+    void commonMarkConformance();
 };

@@ -9,5 +9,6 @@
 namespace TarnGfm {
 
 MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown);
+MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8);
 
 } // namespace TarnGfm
