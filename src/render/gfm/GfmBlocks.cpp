@@ -5,6 +5,8 @@
 
 #include <cmark-gfm-core-extensions.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -225,15 +227,54 @@ void appendTagFiltered(std::string &out, std::string_view html)
     out.append(html.substr(copied));
 }
 
+// How many elements `html` leaves open, roughly: start tags less end tags, void elements and
+// self-closing tags aside. Only used to keep a stretch for the sanitizer whole; the sanitizer's
+// own parse decides what the HTML is.
+int openedElements(std::string_view html)
+{
+    static constexpr std::string_view kVoid[] = {"area",  "base",   "br",    "col",  "embed",
+                                                 "hr",    "img",    "input", "link", "meta",
+                                                 "param", "source", "track", "wbr"};
+    int opened = 0;
+    for (std::size_t at = html.find('<'); at != std::string_view::npos;
+         at = html.find('<', at + 1)) {
+        const bool closing = at + 1 < html.size() && html[at + 1] == '/';
+        const std::size_t name = at + (closing ? 2 : 1);
+        std::size_t end = name;
+        while (end < html.size() && std::isalnum(static_cast<unsigned char>(html[end])))
+            ++end;
+        if (end == name)
+            continue;
+        std::string tag(html.substr(name, end - name));
+        for (char &c : tag)
+            c = char(std::tolower(static_cast<unsigned char>(c)));
+        const std::size_t close = html.find('>', end);
+        const bool selfClosing = close != std::string_view::npos && html[close - 1] == '/';
+        if (closing)
+            --opened;
+        else if (!selfClosing &&
+                 std::find(std::begin(kVoid), std::end(kVoid), tag) == std::end(kVoid))
+            ++opened;
+    }
+    return opened;
+}
+
 } // namespace
 
-// Raw HTML is written only for a caller that sanitizes the fragment afterwards.
+// Raw HTML is written only for a caller that sanitizes its stretch of the fragment afterwards.
 void HtmlWriter::rawHtml(cmark_node *node)
 {
-    if (m_keepRawHtml)
-        appendTagFiltered(m_out, literal(node));
-    else
+    if (!m_keepRawHtml) {
         m_out.append("<!-- raw HTML omitted -->");
+        return;
+    }
+    const std::string_view html = literal(node);
+    appendTagFiltered(m_out, html);
+    m_blockHasRawHtml = true;
+    // Only HTML blocks wrap Markdown between them (a <details> around a list); an inline tag
+    // left open ends with its paragraph.
+    if (cmark_node_get_type(node) == CMARK_NODE_HTML_BLOCK)
+        m_openRawElements = std::max(0, m_openRawElements + openedElements(html));
 }
 
 } // namespace TarnGfm

@@ -60,8 +60,10 @@ void HtmlWriter::write(cmark_node *root)
     cmark_iter *iter = cmark_iter_new(root);
     for (cmark_event_type event; (event = cmark_iter_next(iter)) != CMARK_EVENT_DONE;) {
         cmark_node *node = cmark_iter_get_node(iter);
-        if (event == CMARK_EVENT_ENTER && cmark_node_parent(node) == root)
+        if (event == CMARK_EVENT_ENTER && cmark_node_parent(node) == root) {
+            startTopLevelBlock(node);
             noteTopLevelBlock(node);
+        }
         if (event == CMARK_EVENT_ENTER && cmark_node_get_type(node) == CMARK_NODE_BLOCK_QUOTE) {
             m_quotes.push_back(takeAlertMarker(node));
             // The iterator has already looked at the children the marker took away.
@@ -73,6 +75,7 @@ void HtmlWriter::write(cmark_node *root)
     cmark_iter_free(iter);
     if (m_footnotes > 0)
         m_out.append("</ol>\n</section>\n");
+    closeRawRange();
 }
 
 bool HtmlWriter::visit(cmark_node *node, bool entering)
@@ -251,10 +254,14 @@ void HtmlWriter::extensionNode(cmark_node *node, bool entering)
     }
 }
 
-void writeHtml(cmark_node *root, std::size_t firstLine, std::string &out,
-               MarkdownRenderer::Fragment &fragment, bool keepRawHtml)
+std::vector<std::pair<std::size_t, std::size_t>> writeHtml(cmark_node *root, std::size_t firstLine,
+                                                           std::string &out,
+                                                           MarkdownRenderer::Fragment &fragment,
+                                                           bool keepRawHtml)
 {
-    HtmlWriter(firstLine, out, fragment, keepRawHtml).write(root);
+    HtmlWriter writer(firstLine, out, fragment, keepRawHtml);
+    writer.write(root);
+    return writer.rawHtmlRanges();
 }
 
 } // namespace TarnGfm

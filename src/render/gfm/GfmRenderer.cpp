@@ -29,18 +29,6 @@ struct NodeDeleter
     void operator()(cmark_node *node) const { cmark_node_free(node); }
 };
 
-bool hasRawHtml(cmark_node *root)
-{
-    cmark_iter *iter = cmark_iter_new(root);
-    bool found = false;
-    while (!found && cmark_iter_next(iter) != CMARK_EVENT_DONE) {
-        const cmark_node_type type = cmark_node_get_type(cmark_iter_get_node(iter));
-        found = type == CMARK_NODE_HTML_BLOCK || type == CMARK_NODE_HTML_INLINE;
-    }
-    cmark_iter_free(iter);
-    return found;
-}
-
 // Something that may be a footnote definition, "[^label]:" with a label as cmark-gfm scans it
 // (no "]", spaces, tabs or line ends). Footnotes cost cmark-gfm two more walks over the whole
 // tree, and without a definition no reference is a footnote.
@@ -99,13 +87,24 @@ MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8)
             written.blockLines.push_back(0);
         }
         const auto root = parse(text);
-        const bool keep = keepRawHtml && hasRawHtml(root.get());
-        writeHtml(root.get(), firstLine, html, written, keep);
-        if (keep) {
-            std::optional<std::string> sanitized = sanitizeHtml(html);
-            if (!sanitized)
-                return std::optional<std::pair<std::string, MarkdownRenderer::Fragment>>();
-            html = std::move(*sanitized);
+        const auto ranges = writeHtml(root.get(), firstLine, html, written, keepRawHtml);
+        if (!ranges.empty()) {
+            // Only the stretches with raw HTML go through the sanitizer's parse, which is far
+            // slower than the rest: Tarn's own markup around them is escaped and balanced.
+            std::string sanitized;
+            sanitized.reserve(html.size());
+            std::size_t copied = 0;
+            for (const auto &[begin, end] : ranges) {
+                sanitized.append(html, copied, begin - copied);
+                const std::optional<std::string> stretch =
+                    sanitizeHtml(std::string_view(html).substr(begin, end - begin));
+                if (!stretch)
+                    return std::optional<std::pair<std::string, MarkdownRenderer::Fragment>>();
+                sanitized.append(*stretch);
+                copied = end;
+            }
+            sanitized.append(html, copied);
+            html = std::move(sanitized);
         }
         return std::optional(std::pair(std::move(html), std::move(written)));
     };

@@ -31,7 +31,41 @@ public:
 
     void write(cmark_node *root);
 
+    // The stretches of the output, as byte ranges, that hold raw HTML and must be sanitized:
+    // whole top-level blocks, joined while the raw HTML leaves elements open (a <details>
+    // around Markdown), so each stretch parses as what it is.
+    const std::vector<std::pair<std::size_t, std::size_t>> &rawHtmlRanges() const
+    {
+        return m_rawRanges;
+    }
+
 private:
+    // A new top-level block starts a new stretch of output, unless raw HTML before it left an
+    // element open or it is a later footnote (the footnotes share one section).
+    void startTopLevelBlock(cmark_node *node)
+    {
+        const bool laterFootnote =
+            cmark_node_get_type(node) == CMARK_NODE_FOOTNOTE_DEFINITION && m_footnotes;
+        // A stretch held open stops growing at 64 KB: an element that is never closed would
+        // otherwise send the rest of the document through the slow parse. What it still
+        // holds open is then closed by the sanitizer; what closes it later is dropped.
+        if (laterFootnote || (m_openRawElements > 0 && m_out.size() - m_blockBegin < 65536))
+            return;
+        m_openRawElements = 0;
+        closeRawRange();
+        m_blockBegin = m_out.size();
+    }
+    void closeRawRange()
+    {
+        if (!m_blockHasRawHtml)
+            return;
+        if (!m_rawRanges.empty() && m_rawRanges.back().second == m_blockBegin)
+            m_rawRanges.back().second = m_out.size(); // next to the last one: one stretch
+        else
+            m_rawRanges.emplace_back(m_blockBegin, m_out.size());
+        m_blockHasRawHtml = false;
+    }
+
     // Each child element of <main> is one top-level block; skipped raw HTML makes none (kept,
     // it is counted as one, which it usually is), and the footnotes at the end share one
     // section.
@@ -71,6 +105,10 @@ private:
     void rawHtml(cmark_node *node);
 
     bool m_keepRawHtml;
+    std::vector<std::pair<std::size_t, std::size_t>> m_rawRanges;
+    std::size_t m_blockBegin = 0;
+    bool m_blockHasRawHtml = false;
+    int m_openRawElements = 0; // elements HTML blocks opened and have not closed yet
     std::size_t m_firstLine;
     std::string &m_out;
     MarkdownRenderer::Fragment &m_fragment;
