@@ -144,22 +144,6 @@ template<std::size_t N> bool listed(const string_view (&list)[N], string_view na
     return std::find(std::begin(list), std::end(list), name) != std::end(list);
 }
 
-char asciiLower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
-}
-
-bool startsWithNoCase(string_view text, string_view prefix)
-{
-    if (text.size() < prefix.size())
-        return false;
-    for (std::size_t i = 0; i < prefix.size(); ++i) {
-        if (asciiLower(text[i]) != prefix[i])
-            return false;
-    }
-    return true;
-}
-
 bool isDataAttribute(string_view name)
 {
     if (name.size() <= 5 || name.substr(0, 5) != "data-")

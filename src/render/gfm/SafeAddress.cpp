@@ -4,7 +4,6 @@
 #include <string>
 
 namespace TarnGfm {
-namespace {
 
 char asciiLower(char c)
 {
@@ -21,6 +20,8 @@ bool startsWithNoCase(std::string_view text, std::string_view prefix)
     }
     return true;
 }
+
+namespace {
 
 // Browsers delete tabs and line breaks anywhere in an address and controls and spaces before
 // it, so the scheme is read the way they read it.

@@ -6,6 +6,10 @@
 
 namespace TarnGfm {
 
+char asciiLower(char c);
+// `text` starts with the lower-case ASCII `prefix`, in any case.
+bool startsWithNoCase(std::string_view text, std::string_view prefix);
+
 bool isSafeAddress(std::string_view address, bool image);
 // Every candidate of an img or source srcset list is safe (data: addresses are not taken).
 bool isSafeSourceSet(std::string_view list);
