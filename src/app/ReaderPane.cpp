@@ -278,8 +278,12 @@ void ReaderPane::showPage(Page &page, bool shownBefore)
     const int loadsBefore = page.view->loadCount();
     page.coordinator->updateView(page.view, value);
     const bool reloading = page.view->loadCount() != loadsBefore || page.view->loader().isLoading();
-    if (!reloading)
-        page.headingAfterLoad.clear(); // back in the flavour it was loaded in: still in place
+    // Shown again in the flavour it was loaded in, it is still in place. (A page refreshed again
+    // while its new load waits to be ready keeps its heading to come back to.)
+    if (!reloading && !shownBefore)
+        page.headingAfterLoad.clear();
+    else if (!page.headingAfterLoad.isEmpty() || m_model.scrollTargetID())
+        page.view->setPendingInitialScrollY(0); // the heading wins over a pixel offset
     if (shownBefore || reloading)
         return;
 
