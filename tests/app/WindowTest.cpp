@@ -26,8 +26,6 @@
 #include <QToolButton>
 #include <QWebEnginePage>
 
-#include <memory>
-
 namespace {
 
 // Documents open, editing, dirty, outline shown; then save enabled, the document commands
@@ -110,20 +108,7 @@ void AppTest::editingKeepsThePlace()
     QCOMPARE(f.model->editorTopLine(), introLines + sectionLines + 2 + 2 * 17);
     f.item(C::toggleEditing)->trigger();
     QCOMPARE(f.view.currentContent(), f.view.readerPane());
-    // The heading lands where an outline jump puts it. Shared with the answers, which may still
-    // arrive after the test is over.
-    const auto top = std::make_shared<double>(-1000);
-    QTRY_VERIFY_WITH_TIMEOUT(
-        [&] {
-            page->runJavaScript("(function () { const h = document.getElementById('第二节');"
-                                " return h ? h.getBoundingClientRect().top : null; })()",
-                                [top](const QVariant &value) {
-                                    if (value.isValid())
-                                        *top = value.toDouble();
-                                });
-            return *top >= 0 && *top < 80; // at the top, below the page's scroll margin
-        }(),
-        10000);
+    QVERIFY(headingAtTop(f.view.readerPane()->currentView(), QStringLiteral("第二节")));
 }
 
 // One table for the toolbar's and the menu's enable rules and titles.
@@ -314,25 +299,6 @@ void AppTest::searchControl()
     QCOMPARE(f.model->searchQuery(), QString());
     QCOMPARE(field->text(), QString());
     QVERIFY(!press(Qt::Key_Escape));
-}
-
-void AppTest::alerts()
-{
-    WindowFixture f;
-    f.model->openURLs({QUrl::fromLocalFile(f.path("missing.md"))}, false);
-    QMessageBox *box = f.view.alertBox();
-    QVERIFY(box);
-    QTRY_VERIFY(box->isVisible());
-    QCOMPARE(box->text(), QStringLiteral("打开失败"));
-    QCOMPARE(box->informativeText(), f.model->alert()->message);
-    box->buttons().first()->click();
-    QVERIFY(!f.model->alert());
-    // A newer alert replaces one still on screen.
-    f.model->setAlert(AppAlert::make("链接不可用", "one"));
-    QPointer<QMessageBox> first = f.view.alertBox();
-    f.model->setAlert(AppAlert::make("文件不可用", "two"));
-    QVERIFY(f.view.alertBox() != first);
-    QCOMPARE(f.view.alertBox()->text(), QStringLiteral("文件不可用"));
 }
 
 void AppTest::tabStrip()
