@@ -62,6 +62,7 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void themes();
     void chineseTextWeight();
     void searchControl();
+    void alerts();
     void tabStrip();
     void sidebar();
     void drops();

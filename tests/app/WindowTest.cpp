@@ -301,6 +301,25 @@ void AppTest::searchControl()
     QVERIFY(!press(Qt::Key_Escape));
 }
 
+void AppTest::alerts()
+{
+    WindowFixture f;
+    f.model->openURLs({QUrl::fromLocalFile(f.path("missing.md"))}, false);
+    QMessageBox *box = f.view.alertBox();
+    QVERIFY(box);
+    QTRY_VERIFY(box->isVisible());
+    QCOMPARE(box->text(), QStringLiteral("打开失败"));
+    QCOMPARE(box->informativeText(), f.model->alert()->message);
+    box->buttons().first()->click();
+    QVERIFY(!f.model->alert());
+    // A newer alert replaces one still on screen.
+    f.model->setAlert(AppAlert::make("链接不可用", "one"));
+    QPointer<QMessageBox> first = f.view.alertBox();
+    f.model->setAlert(AppAlert::make("文件不可用", "two"));
+    QVERIFY(f.view.alertBox() != first);
+    QCOMPARE(f.view.alertBox()->text(), QStringLiteral("文件不可用"));
+}
+
 void AppTest::tabStrip()
 {
     WindowFixture f;
