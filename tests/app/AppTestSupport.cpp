@@ -1,8 +1,12 @@
 // Helpers shared by the app tests.
 #include "AppTestSupport.h"
+#include "TarnWebView.h"
 
 #include <QFile>
 #include <QTest>
+#include <QWebEnginePage>
+
+#include <memory>
 
 QUrl AppHarness::file(const QString &name, const QString &text) const
 {
@@ -61,4 +65,23 @@ void makeSelectedDirty(AppModel &model, const QString &text)
     QVERIFY(document);
     document->updateDraft(text);
     QVERIFY(document->isDirty());
+}
+
+bool headingAtTop(TarnWebView *view, const QString &id)
+{
+    // Shared with the answers, which may still arrive after the test is over.
+    const auto top = std::make_shared<double>(-1000);
+    return QTest::qWaitFor(
+        [&] {
+            view->page()->runJavaScript(
+                QStringLiteral("(function () { const h = document.getElementById('%1');"
+                               " return h ? h.getBoundingClientRect().top : null; })()")
+                    .arg(id),
+                [top](const QVariant &value) {
+                    if (value.isValid())
+                        *top = value.toDouble();
+                });
+            return *top >= 0 && *top < 80; // below the page's scroll margin
+        },
+        10000);
 }

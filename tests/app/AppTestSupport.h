@@ -43,6 +43,10 @@ struct WindowFixture : AppHarness
     void openMenu(const QString &title) const;
 };
 
+class TarnWebView;
+// Whether the heading `id` comes to rest at the top of the view, where an outline jump puts it.
+bool headingAtTop(TarnWebView *view, const QString &id);
+
 // Gives the selected document an unsaved edit.
 void makeSelectedDirty(AppModel &model, const QString &text = QStringLiteral("changed\n"));
 

@@ -9,34 +9,8 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolButton>
-#include <QWebEnginePage>
 
 #include <algorithm>
-#include <memory>
-
-namespace {
-
-// Whether the heading `id` comes to rest at the top of the view.
-bool headingAtTop(TarnWebView *view, const QString &id)
-{
-    // Shared with the answers, which may still arrive after the test is over.
-    const auto top = std::make_shared<double>(-1000);
-    return QTest::qWaitFor(
-        [&] {
-            view->page()->runJavaScript(
-                QStringLiteral("(function () { const h = document.getElementById('%1');"
-                               " return h ? h.getBoundingClientRect().top : null; })()")
-                    .arg(id),
-                [top](const QVariant &value) {
-                    if (value.isValid())
-                        *top = value.toDouble();
-                });
-            return *top >= 0 && *top < 80; // where an outline jump puts it
-        },
-        10000);
-}
-
-} // namespace
 
 void AppTest::flavorMenuAndHint()
 {

@@ -48,7 +48,8 @@ private slots:
         QTest::newRow("sharp s and double s") << EditRow{"sSßx", "ss", 300};
         QTest::newRow("longer query") << EditRow{"abAB \n", "abab", 2000};
         QTest::newRow("long document, short windows") << EditRow{"ab", "ab", 20000};
-        QTest::newRow("matches further apart than a window") << EditRow{"abcdefghijklmnopqrstuvwxyz", "abc", 60000};
+        QTest::newRow("matches further apart than a window")
+            << EditRow{"abcdefghijklmnopqrstuvwxyz", "abc", 60000};
     }
 
     void matchListFollowsEdits()
@@ -111,10 +112,6 @@ private slots:
     }
 };
 
-int runCaseFoldedSearchTests(int argc, char **argv)
-{
-    CaseFoldedSearchTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+EDITOR_TEST_RUNNER(CaseFoldedSearchTest, runCaseFoldedSearchTests)
 
 #include "CaseFoldedSearchTest.moc"

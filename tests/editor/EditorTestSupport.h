@@ -36,3 +36,11 @@ struct EditorHarness
     MarkdownEditorActions actions;
     QStringList changes; // every text passed to onChange
 };
+
+// The runner EditorTestMain.cpp calls for one test class.
+#define EDITOR_TEST_RUNNER(Class, run)                                                             \
+    int run(int argc, char **argv)                                                                 \
+    {                                                                                              \
+        Class test;                                                                                \
+        return QTest::qExec(&test, argc, argv);                                                    \
+    }

@@ -205,10 +205,6 @@ private slots:
     }
 };
 
-int runFindReplaceTests(int argc, char **argv)
-{
-    FindReplaceTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+EDITOR_TEST_RUNNER(FindReplaceTest, runFindReplaceTests)
 
 #include "FindReplaceTest.moc"

@@ -72,10 +72,6 @@ private slots:
     }
 };
 
-int runFormattingCommandsTests(int argc, char **argv)
-{
-    FormattingCommandsTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+EDITOR_TEST_RUNNER(FormattingCommandsTest, runFormattingCommandsTests)
 
 #include "FormattingCommandsTest.moc"

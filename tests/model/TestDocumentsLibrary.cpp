@@ -6,7 +6,7 @@
 
 using DirtyRow = std::tuple<QString, QString, bool>;
 using FilterRow = std::tuple<QList<StoredFile>, QString, QStringList>;
-using SettingsRow = std::tuple<QByteArray, QString, bool, int, int>;
+using SettingsRow = std::tuple<QByteArray, QString, bool, int, int, bool>;
 using FavRow = std::tuple<QStringList, bool, bool, bool>;
 
 static StoredFile entry(const QString &path, bool favorite, std::optional<double> opened)
@@ -176,24 +176,26 @@ private slots:
 
     void settingsLoading_data()
     {
-        QTest::addColumn<SettingsRow>("row"); // INI; theme, outline, library and positions read
+        QTest::addColumn<SettingsRow>("row"); // INI; theme, outline, library, positions, gfm read
         // clang-format off
-        QTest::newRow("no file") << SettingsRow{{}, "businessBlue", true, 0, 0};
-        QTest::newRow("all valid") << SettingsRow{"[General]\ntarn.theme=dark\ntarn.showOutline=false\n" + blobLine("tarn.storedFiles", validLibrary) + blobLine("tarn.readPositions", R"({"/a/x.md":120.5,"/b.md":0})"), "dark", false, 1, 2};
-        QTest::newRow("theme in wrong case, outline not a boolean") << SettingsRow{"[General]\ntarn.theme=Dark\ntarn.showOutline=0\n", "businessBlue", true, 0, 0};
-        QTest::newRow("library as text, positions not an object") << SettingsRow{"[General]\ntarn.storedFiles=\"" + QByteArray(validLibrary).replace('"', "\\\"") + "\"\n" + blobLine("tarn.readPositions", "[1,2]"), "businessBlue", true, 0, 0};
-        QTest::newRow("position that is not a number spoils the map") << SettingsRow{"[General]\n" + blobLine("tarn.readPositions", R"({"/a.md":1,"/b.md":"top"})"), "businessBlue", true, 0, 0};
+        QTest::newRow("no file") << SettingsRow{{}, "businessBlue", true, 0, 0, false};
+        QTest::newRow("all valid") << SettingsRow{"[General]\ntarn.theme=dark\ntarn.showOutline=false\ntarn.markdownFlavor=gfm\n" + blobLine("tarn.storedFiles", validLibrary) + blobLine("tarn.readPositions", R"({"/a/x.md":120.5,"/b.md":0})"), "dark", false, 1, 2, true};
+        QTest::newRow("theme and flavour in wrong case, outline not a boolean") << SettingsRow{"[General]\ntarn.theme=Dark\ntarn.showOutline=0\ntarn.markdownFlavor=GFM\n", "businessBlue", true, 0, 0, false};
+        QTest::newRow("library as text, positions not an object, unknown flavour") << SettingsRow{"[General]\ntarn.markdownFlavor=commonmark\ntarn.storedFiles=\"" + QByteArray(validLibrary).replace('"', "\\\"") + "\"\n" + blobLine("tarn.readPositions", "[1,2]"), "businessBlue", true, 0, 0, false};
+        QTest::newRow("position that is not a number spoils the map, flavour a list") << SettingsRow{"[General]\ntarn.markdownFlavor=gfm, gfm\n" + blobLine("tarn.readPositions", R"({"/a.md":1,"/b.md":"top"})"), "businessBlue", true, 0, 0, false};
+        QTest::newRow("flavour as corrupt bytes") << SettingsRow{"[General]\ntarn.markdownFlavor=\"@ByteArray(gfm\\0\\xff)\"\n", "businessBlue", true, 0, 0, false};
         // clang-format on
     }
     void settingsLoading()
     {
         QFETCH(SettingsRow, row);
-        const auto &[ini, theme, showOutline, storedFiles, readPositions] = row;
+        const auto &[ini, theme, showOutline, storedFiles, readPositions, gfm] = row;
         ModelHarness h(ini);
         QCOMPARE(QString::fromLatin1(TarnThemes::rawValue(h.model->theme()).data()), theme);
         QCOMPARE(h.model->showOutline(), showOutline);
         QCOMPARE(h.model->storedFiles().size(), storedFiles);
         QCOMPARE(h.model->readPositions().size(), readPositions);
+        QCOMPARE(h.model->markdownFlavor(), gfm ? MarkdownFlavor::gfm : MarkdownFlavor::classic);
         // The library is written back at once: unreadable values become an empty array.
         const QVariant written = h.settings->value("tarn.storedFiles");
         QCOMPARE(written.typeId(), int(QMetaType::QByteArray));

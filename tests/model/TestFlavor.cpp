@@ -1,7 +1,5 @@
-// The Markdown flavour setting, what follows it (reading place, exports) and the hint bar's state.
+// The Markdown flavour setting: the reading place kept across a switch, and the hint bar's state.
 #include "ModelTestSupport.h"
-
-#include "MarkdownRenderer.h"
 
 #include <QSignalSpy>
 
@@ -10,14 +8,6 @@ namespace {
 // Shown differently by the two flavours: a heading only in the standard one.
 constexpr char underlined[] = "Intro\n=====\n\nText.\n";
 
-QString page(const char *markdown, MarkdownFlavor flavor)
-{
-    return QString::fromStdU16String(MarkdownRenderer::render(std::string_view(markdown),
-                                                              TarnTheme::businessBlue, u"guide",
-                                                              flavor)
-                                         .html);
-}
-
 } // namespace
 
 class TestFlavor : public QObject
@@ -25,28 +15,6 @@ class TestFlavor : public QObject
     Q_OBJECT
 
 private slots:
-    void settingIsReadStrictly_data()
-    {
-        QTest::addColumn<QByteArray>("ini");
-        QTest::addColumn<bool>("gfm");
-        // clang-format off
-        QTest::newRow("missing") << QByteArray() << false;
-        QTest::newRow("gfm") << QByteArray("[General]\ntarn.markdownFlavor=gfm\n") << true;
-        QTest::newRow("classic") << QByteArray("[General]\ntarn.markdownFlavor=classic\n") << false;
-        QTest::newRow("wrong case") << QByteArray("[General]\ntarn.markdownFlavor=GFM\n") << false;
-        QTest::newRow("unknown") << QByteArray("[General]\ntarn.markdownFlavor=commonmark\n") << false;
-        QTest::newRow("a list") << QByteArray("[General]\ntarn.markdownFlavor=gfm, gfm\n") << false;
-        QTest::newRow("corrupt bytes") << QByteArray("[General]\ntarn.markdownFlavor=\"@ByteArray(gfm\\0\\xff)\"\n") << false;
-        // clang-format on
-    }
-    void settingIsReadStrictly()
-    {
-        QFETCH(QByteArray, ini);
-        QFETCH(bool, gfm);
-        ModelHarness h(ini);
-        QCOMPARE(h.model->markdownFlavor(), gfm ? MarkdownFlavor::gfm : MarkdownFlavor::classic);
-    }
-
     // The choice is stored at once; the reader is asked back to the heading it was at.
     void switchingKeepsTheHeading()
     {
@@ -61,21 +29,6 @@ private slots:
 
         ModelHarness next(readFile(h.path("settings.ini")));
         QCOMPARE(next.model->markdownFlavor(), MarkdownFlavor::gfm);
-    }
-
-    void exportsFollowTheFlavour()
-    {
-        for (const MarkdownFlavor flavor : {MarkdownFlavor::classic, MarkdownFlavor::gfm}) {
-            ModelHarness h;
-            h.model->setMarkdownFlavor(flavor);
-            h.model->openURLs({h.file("guide.md", underlined)}, false);
-            h.platform.savePanelAnswers = {h.url("out.html"), h.url("out.pdf")};
-            h.model->exportSelectedDocumentAsHTML();
-            h.model->exportSelectedDocumentAsPDF();
-            QCOMPARE(QString::fromUtf8(readFile(h.path("out.html"))), page(underlined, flavor));
-            QCOMPARE(h.pdf.requests.last().html, page(underlined, flavor));
-        }
-        QVERIFY(page(underlined, MarkdownFlavor::classic) != page(underlined, MarkdownFlavor::gfm));
     }
 
     void hintShowsForStandardConstructsUntilClosed()

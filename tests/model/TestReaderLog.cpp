@@ -38,23 +38,22 @@ private slots:
         QCOMPARE(countSpy.count() + indexSpy.count(), 5);
 
         // Moving to the next hit needs a document, a query that is not blank, and a hit.
+        const auto step = [&] {
+            h.model->navigateSearch(SearchNavigationDirection::next);
+            return h.model->searchNavigationRequest();
+        };
         h.model->setSearchQuery("tarn");
         h.model->updateSearchResults(1, 3);
-        h.model->navigateSearch(SearchNavigationDirection::next);
-        QVERIFY(!h.model->searchNavigationRequest());
+        QVERIFY(!step());
         h.model->openURLs({h.file("a.md", "tarn")}, false);
         h.model->setSearchQuery(" \n\t");
         h.model->updateSearchResults(1, 3);
-        h.model->navigateSearch(SearchNavigationDirection::next);
-        QVERIFY(!h.model->searchNavigationRequest());
+        QVERIFY(!step());
         h.model->setSearchQuery("tarn");
-        h.model->navigateSearch(SearchNavigationDirection::next);
-        QVERIFY(!h.model->searchNavigationRequest());
+        QVERIFY(!step());
         h.model->updateSearchResults(1, 3);
-        h.model->navigateSearch(SearchNavigationDirection::next);
-        const SearchNavigationRequest first = h.model->searchNavigationRequest().value();
-        h.model->navigateSearch(SearchNavigationDirection::next);
-        QVERIFY(*h.model->searchNavigationRequest() != first); // same direction, new request
+        const SearchNavigationRequest first = step().value();
+        QVERIFY(step().value() != first); // same direction, new request
 
         // Results are forgotten when the query changes, and only then.
         h.model->setSearchQuery("tarn");
@@ -153,18 +152,14 @@ private slots:
     {
         QTest::addColumn<QString>("link");
         QTest::addColumn<QString>("heading"); // empty: no jump
-        QTest::newRow("raw") << "long.md#目标锚点"
-                             << "目标锚点";
-        QTest::newRow("percent-encoded") << "long.md#%E7%9B%AE%E6%A0%87%E9%94%9A%E7%82%B9"
-                                         << "目标锚点";
-        QTest::newRow("second of the same name") << "long.md#目标锚点-2"
-                                                 << "目标锚点-2";
-        QTest::newRow("heading text") << "long.md#Target%20Anchor"
-                                      << "target-anchor";
-        QTest::newRow("no such heading") << "long.md#nowhere"
-                                         << "";
-        QTest::newRow("no fragment") << "long.md"
-                                     << "";
+        // clang-format off
+        QTest::newRow("raw") << "long.md#目标锚点" << "目标锚点";
+        QTest::newRow("percent-encoded") << "long.md#%E7%9B%AE%E6%A0%87%E9%94%9A%E7%82%B9" << "目标锚点";
+        QTest::newRow("second of the same name") << "long.md#目标锚点-2" << "目标锚点-2";
+        QTest::newRow("heading text") << "long.md#Target%20Anchor" << "target-anchor";
+        QTest::newRow("no such heading") << "long.md#nowhere" << "";
+        QTest::newRow("no fragment") << "long.md" << "";
+        // clang-format on
     }
     void linkToAHeading()
     {
@@ -179,14 +174,20 @@ private slots:
         QCOMPARE(h.model->scrollTargetID().value_or(QString()), heading);
     }
 
-    // Both exports render the unsaved draft, as the reader shows it.
+    // Both exports render the unsaved draft, as the reader shows it, in the theme and flavour.
     void exportsRenderTheDraft()
     {
         ModelHarness h;
         h.model->setTheme(TarnTheme::dark);
-        h.editDraft("guide.md.md", "# Saved\n", "# Unsaved draft\n");
-        const QString page = QString::fromStdU16String(
-            MarkdownRenderer::render(u"# Unsaved draft\n", TarnTheme::dark, u"guide").html);
+        // Underlined: a heading only in the standard flavour.
+        h.editDraft("guide.md.md", "# Saved\n", "Unsaved draft\n=====\n");
+        const auto page = [](MarkdownFlavor flavor) {
+            return QString::fromStdU16String(MarkdownRenderer::render(u"Unsaved draft\n=====\n",
+                                                                      TarnTheme::dark, u"guide",
+                                                                      flavor)
+                                                 .html);
+        };
+        QVERIFY(page(MarkdownFlavor::classic) != page(MarkdownFlavor::gfm));
         h.model->exportSelectedDocumentAsHTML();
         const SavePanelOptions panel = h.platform.savePanels.first();
         QCOMPARE(panel.suggestedName, QStringLiteral("guide.html"));
@@ -198,7 +199,7 @@ private slots:
             h.platform.savePanelAnswers = {h.url("guide")};
             h.model->exportSelectedDocumentAsPDF();
             const auto request = h.pdf.requests.last();
-            QCOMPARE(request.html, page);
+            QCOMPARE(request.html, page(MarkdownFlavor::classic));
             QCOMPARE(request.outputURL, h.url("guide.pdf"));
             std::thread([&] { request.completion({ok, ok ? QString() : "磁盘已满"}); }).join();
             QCOMPARE(h.events().last(), QStringLiteral("export.pdf.start"));
@@ -212,9 +213,10 @@ private slots:
         QCOMPARE(h.model->alert()->title, QStringLiteral("导出失败"));
         QCOMPARE(h.model->alert()->message, failure.metadata.value("error"));
 
+        h.model->setMarkdownFlavor(MarkdownFlavor::gfm);
         h.platform.savePanelAnswers = {h.url("out")}; // typed without an extension
         h.model->exportSelectedDocumentAsHTML();
-        QCOMPARE(readFile(h.path("out.html")), page.toUtf8());
+        QCOMPARE(readFile(h.path("out.html")), page(MarkdownFlavor::gfm).toUtf8());
         QCOMPARE(h.events().mid(h.events().size() - 2),
                  (QStringList{"export.html.start", "export.html.success"}));
 
