@@ -160,11 +160,14 @@ struct Reader : ModelFixture
     std::unique_ptr<ReaderPane> pane;
 };
 
-// Selecting a tab whose page is not loaded: render, load, wait for readiness, restore.
+// Selecting a tab whose page is not loaded: render, load, wait for readiness, restore; in the
+// classic flavour (second argument 0) or the standard one (1).
 void BM_SelectTabToReady(benchmark::State &state)
 {
     const std::size_t bytes = std::size_t(state.range(0));
     Reader reader;
+    if (state.range(1) == 1)
+        reader.model->setMarkdownFlavor(MarkdownFlavor::gfm);
     TarnDocument *big = reader.open(QStringLiteral("big.md"), BenchDocuments::realistic(bytes));
     // Enough other tabs that the big page is let go each round.
     QList<TarnDocument *> others;
@@ -216,9 +219,7 @@ void BM_SelectTabToReady(benchmark::State &state)
     state.counters["processes"] = peak.processes;
 }
 BENCHMARK(BM_SelectTabToReady)
-    ->Arg(100'000)
-    ->Arg(1'000'000)
-    ->Arg(5'000'000)
+    ->ArgsProduct({{100'000, 1'000'000, 5'000'000}, {0, 1}})
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond)
     ->Iterations(3);
