@@ -206,15 +206,17 @@ void AppModel::toggleEditing()
         const auto block = m_readingBlocks.constFind(document->id());
         setEditorTopLine(
             block != m_readingBlocks.cend()
-                ? SourcePosition::lineOfBlock(document->content(), *block)
-                : SourcePosition::lineOfHeading(document->draft(), m_currentHeadingID));
+                ? SourcePosition::lineOfBlock(document->content(), m_markdownFlavor, *block)
+                : SourcePosition::lineOfHeading(document->draft(), m_markdownFlavor,
+                                                m_currentHeadingID));
         setEditing(true);
         return;
     }
     if (!confirmDirtyDocument(document))
         return;
     // The reader comes back at the section the editor was showing.
-    const QString heading = SourcePosition::headingAtOrAbove(document->content(), m_editorTopLine);
+    const QString heading =
+        SourcePosition::headingAtOrAbove(document->content(), m_markdownFlavor, m_editorTopLine);
     setEditing(false);
     if (!heading.isEmpty())
         setScrollTargetID(heading);

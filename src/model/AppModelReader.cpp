@@ -3,6 +3,7 @@
 
 #include "MarkdownRenderer.h"
 #include "Platform.h"
+#include "SourcePosition.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -12,23 +13,18 @@
 
 namespace {
 
-std::vector<TOCItem> outlineOf(const QString &markdown)
-{
-    return MarkdownRenderer::renderFragment(
-               std::u16string_view(reinterpret_cast<const char16_t *>(markdown.utf16()),
-                                   std::size_t(markdown.size())))
-        .toc;
-}
-
 // The outline entry that a link's "#fragment" names: by its id, or by the slug a heading with
 // the fragment's text would get, so "#目标锚点" and "#Target Anchor" both find their heading.
-std::optional<QString> headingNamedBy(const QString &markdown, const QString &fragment)
+std::optional<QString> headingNamedBy(const QString &markdown, MarkdownFlavor flavor,
+                                      const QString &fragment)
 {
     if (fragment.trimmed().isEmpty())
         return std::nullopt;
-    const std::vector<TOCItem> asHeading = outlineOf(QStringLiteral("# ") + fragment);
+    // Both flavours give a heading the same slug of its text.
+    const std::vector<TOCItem> asHeading =
+        SourcePosition::fragmentOf(QStringLiteral("# ") + fragment, MarkdownFlavor::classic).toc;
     const std::u16string slug = asHeading.empty() ? std::u16string() : asHeading.front().id;
-    const std::vector<TOCItem> outline = outlineOf(markdown);
+    const std::vector<TOCItem> outline = SourcePosition::fragmentOf(markdown, flavor).toc;
     for (const std::u16string &wanted : {fragment.toStdU16String(), slug}) {
         for (const TOCItem &item : outline) {
             if (item.id == wanted)
@@ -69,7 +65,8 @@ void AppModel::openLink(const QUrl &url, TarnDocument *fromDocument)
         // "file.md#heading": the reader jumps there once the page shows.
         TarnDocument *opened = selectedDocument();
         if (opened && opened->url() == standardized && url.hasFragment()) {
-            if (const auto id = headingNamedBy(opened->content(), url.fragment(QUrl::FullyDecoded)))
+            if (const auto id = headingNamedBy(opened->content(), m_markdownFlavor,
+                                               url.fragment(QUrl::FullyDecoded)))
                 setScrollTargetID(*id);
         }
     } else {

@@ -1,32 +1,29 @@
 // Lines come from the renderer itself, so blocks and headings agree with the reader's page.
 #include "SourcePosition.h"
 
-#include <MarkdownRenderer.h>
-
 namespace SourcePosition {
-namespace {
 
-MarkdownRenderer::Fragment outlineOf(const QString &markdown)
+MarkdownRenderer::Fragment fragmentOf(const QString &markdown, MarkdownFlavor flavor)
 {
-    return MarkdownRenderer::renderFragment(std::u16string_view(
-        reinterpret_cast<const char16_t *>(markdown.utf16()), std::size_t(markdown.size())));
+    return MarkdownRenderer::renderFragment(
+        std::u16string_view(reinterpret_cast<const char16_t *>(markdown.utf16()),
+                            std::size_t(markdown.size())),
+        flavor);
 }
 
-} // namespace
-
-int lineOfBlock(const QString &markdown, int block)
+int lineOfBlock(const QString &markdown, MarkdownFlavor flavor, int block)
 {
-    const MarkdownRenderer::Fragment fragment = outlineOf(markdown);
+    const MarkdownRenderer::Fragment fragment = fragmentOf(markdown, flavor);
     if (block < 0 || std::size_t(block) >= fragment.blockLines.size())
         return 0;
     return int(fragment.blockLines[std::size_t(block)]);
 }
 
-int lineOfHeading(const QString &markdown, const QString &headingID)
+int lineOfHeading(const QString &markdown, MarkdownFlavor flavor, const QString &headingID)
 {
     if (headingID.isEmpty())
         return 0;
-    const MarkdownRenderer::Fragment fragment = outlineOf(markdown);
+    const MarkdownRenderer::Fragment fragment = fragmentOf(markdown, flavor);
     const std::u16string id = headingID.toStdU16String();
     for (std::size_t i = 0; i < fragment.toc.size(); ++i) {
         if (fragment.toc[i].id == id)
@@ -35,9 +32,9 @@ int lineOfHeading(const QString &markdown, const QString &headingID)
     return 0;
 }
 
-QString headingAtOrAbove(const QString &markdown, int line)
+QString headingAtOrAbove(const QString &markdown, MarkdownFlavor flavor, int line)
 {
-    const MarkdownRenderer::Fragment fragment = outlineOf(markdown);
+    const MarkdownRenderer::Fragment fragment = fragmentOf(markdown, flavor);
     QString found;
     for (std::size_t i = 0; i < fragment.toc.size(); ++i) {
         if (fragment.headingLines[i] > std::size_t(std::max(line, 0)))
