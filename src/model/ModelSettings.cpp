@@ -20,6 +20,19 @@ std::optional<QByteArray> readBlob(QSettings &settings, const char *key)
     return value.toByteArray();
 }
 
+// A binary value holding a JSON document; nothing when it is missing or does not parse.
+std::optional<QJsonDocument> readJsonBlob(QSettings &settings, const char *key)
+{
+    const auto blob = readBlob(settings, key);
+    if (!blob)
+        return std::nullopt;
+    QJsonParseError error;
+    QJsonDocument document = QJsonDocument::fromJson(*blob, &error);
+    if (error.error != QJsonParseError::NoError)
+        return std::nullopt;
+    return document;
+}
+
 void store(QSettings &settings, const char *key, const QVariant &value)
 {
     settings.setValue(QLatin1String(key), value);
@@ -80,15 +93,11 @@ QList<StoredFile> readStoredFiles(QSettings &settings)
 
 QHash<QString, double> readReadPositions(QSettings &settings)
 {
-    const auto blob = readBlob(settings, readPositionsKey);
-    if (!blob)
-        return {};
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(*blob, &error);
-    if (error.error != QJsonParseError::NoError || !document.isObject())
+    const auto document = readJsonBlob(settings, readPositionsKey);
+    if (!document || !document->isObject())
         return {};
     QHash<QString, double> positions;
-    const QJsonObject object = document.object();
+    const QJsonObject object = document->object();
     for (auto it = object.begin(); it != object.end(); ++it) {
         // One value of another kind makes the whole map unreadable.
         if (!it.value().isDouble())
@@ -108,15 +117,11 @@ MarkdownFlavor readMarkdownFlavor(QSettings &settings)
 
 QSet<QString> readFlavorHintClosed(QSettings &settings)
 {
-    const auto blob = readBlob(settings, flavorHintClosedKey);
-    if (!blob)
-        return {};
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(*blob, &error);
-    if (error.error != QJsonParseError::NoError || !document.isArray())
+    const auto document = readJsonBlob(settings, flavorHintClosedKey);
+    if (!document || !document->isArray())
         return {};
     QSet<QString> paths;
-    for (const QJsonValue &path : document.array()) {
+    for (const QJsonValue &path : document->array()) {
         // One entry of another kind makes the whole list unreadable, as for the positions.
         if (!path.isString())
             return {};
