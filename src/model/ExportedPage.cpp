@@ -153,6 +153,45 @@ std::optional<QString> relocatedAddress(const QString &written, const Segments &
     return path + address.sliced(pathEnd);
 }
 
+// Each candidate of a srcset list relocated. The renderer keeps only lists without data:
+// addresses, whose commas all separate candidates.
+std::optional<QString> relocatedSourceSet(const QString &list, const Segments &documentFolder,
+                                          const Segments &outputFolder)
+{
+    QStringList candidates = list.split(u',');
+    bool changed = false;
+    for (QString &candidate : candidates) {
+        qsizetype begin = 0;
+        while (begin < candidate.size() && candidate[begin].isSpace())
+            ++begin;
+        qsizetype end = begin;
+        while (end < candidate.size() && !candidate[end].isSpace())
+            ++end;
+        if (const auto moved = relocatedAddress(candidate.sliced(begin, end - begin),
+                                                documentFolder, outputFolder)) {
+            candidate = candidate.first(begin) + *moved + candidate.sliced(end);
+            changed = true;
+        }
+    }
+    return changed ? std::optional(candidates.join(u',')) : std::nullopt;
+}
+
+enum class Attribute
+{
+    other,
+    address,
+    sourceSet
+};
+
+Attribute attributeKind(QStringView element, QStringView attribute)
+{
+    if ((element == u"img" && attribute == u"src") || (element == u"a" && attribute == u"href"))
+        return Attribute::address;
+    if ((element == u"img" || element == u"source") && attribute == u"srcset")
+        return Attribute::sourceSet;
+    return Attribute::other;
+}
+
 std::u16string_view utf16(const QString &text)
 {
     return {reinterpret_cast<const char16_t *>(text.utf16()), std::size_t(text.size())};
@@ -183,9 +222,6 @@ QString relocated(const QString &page, const QString &documentFolder, const QStr
         while (i < end && page[i].isLetterOrNumber())
             ++i;
         const QStringView name = QStringView(page).sliced(at + 1, i - at - 1);
-        const QStringView address = name == u"img" ? QStringView(u"src")
-                                    : name == u"a" ? QStringView(u"href")
-                                                   : QStringView();
         while (i < end && page[i] != u'>') {
             if (page[i] != u'"') {
                 ++i;
@@ -198,15 +234,18 @@ QString relocated(const QString &page, const QString &documentFolder, const QStr
             qsizetype nameBegin = i - 1;
             while (nameBegin > at && page[nameBegin - 1] != u' ')
                 --nameBegin;
-            const bool isAddress =
-                !address.isEmpty() && page[i - 1] == u'=' &&
-                QStringView(page).sliced(nameBegin, i - 1 - nameBegin) == address;
+            const Attribute kind =
+                page[i - 1] == u'='
+                    ? attributeKind(name, QStringView(page).sliced(nameBegin, i - 1 - nameBegin))
+                    : Attribute::other;
             const auto written =
-                isAddress
+                kind != Attribute::other
                     ? attributeText(QStringView(page).sliced(valueBegin, valueEnd - valueBegin))
                     : std::nullopt;
-            const auto moved =
-                written ? relocatedAddress(*written, fromSegments, toSegments) : std::nullopt;
+            const auto moved = !written ? std::nullopt
+                               : kind == Attribute::address
+                                   ? relocatedAddress(*written, fromSegments, toSegments)
+                                   : relocatedSourceSet(*written, fromSegments, toSegments);
             if (moved && *moved != *written) {
                 if (out.isEmpty())
                     out.reserve(page.size() + 1024);

@@ -68,6 +68,22 @@ private slots:
         QCOMPARE(ExportedPage::relocated(original, folder, outputFolder), wanted);
     }
 
+    // Raw HTML in the standard flavour: every candidate of a srcset list moves.
+    void sourceSetsResolveFromTheOutput()
+    {
+        const QString markdown =
+            "<picture><source srcset=\"a.webp\"><img src=\"b.png\" "
+            "srcset=\"b.png 1x, hi/b.png 2x,https://e.com/c.png 3x\"></picture>\n";
+        const QString original = QString::fromStdU16String(
+            MarkdownRenderer::render(markdown.toStdU16String(), TarnTheme::businessBlue, u"T",
+                                     MarkdownFlavor::gfm)
+                .html);
+        const QString moved = ExportedPage::relocated(original, "/home/u/notes", "/home/u/out");
+        QVERIFY(moved.contains("srcset=\"../notes/a.webp\""));
+        QVERIFY(moved.contains(
+            "srcset=\"../notes/b.png 1x, ../notes/hi/b.png 2x,https://e.com/c.png 3x\""));
+    }
+
     // The window's export writes the same page: moved for another folder, as is for its own.
     void windowExportMovesAddresses()
     {
