@@ -7,7 +7,6 @@
 using DirtyRow = std::tuple<QString, QString, bool>;
 using FilterRow = std::tuple<QList<StoredFile>, QString, QStringList>;
 using SettingsRow = std::tuple<QByteArray, QString, bool, int, int, bool>;
-using FavRow = std::tuple<QStringList, bool, bool, bool>;
 
 static StoredFile entry(const QString &path, bool favorite, std::optional<double> opened)
 {
@@ -110,45 +109,6 @@ private slots:
         for (const StoredFile &file : StoredFiles::filtered(files, filter))
             paths.append(file.path);
         QCOMPARE(paths, shown);
-    }
-
-    void favouritesAndRecents_data()
-    {
-        QTest::addColumn<FavRow>("row"); // steps; then present, favourite, dated
-        QTest::newRow("favourite twice: recent") << FavRow{{"fav", "fav"}, true, false, true};
-        QTest::newRow("remove recent") << FavRow{{"remove"}, false, false, false};
-        QTest::newRow("favourite off recent stays") << FavRow{{"fav", "remove"}, true, true, false};
-        QTest::newRow("unmarked: gone") << FavRow{{"fav", "remove", "fav"}, false, false, false};
-    }
-    void favouritesAndRecents()
-    {
-        QFETCH(FavRow, row);
-        const auto &[steps, present, favorite, dated] = row;
-        ModelHarness h;
-        // The bookmark made on opening fails; the first favourite mark makes it.
-        int bookmarks = 0;
-        h.platform.bookmarkMaker = [&](const QUrl &url) {
-            const QByteArray made = url.toEncoded() + "#" + QByteArray::number(++bookmarks);
-            return bookmarks == 1 ? std::nullopt : std::optional(made);
-        };
-        h.model->openURLs({h.file("a.md", "a")}, false);
-        for (const QString &step : steps) {
-            if (step == "fav")
-                h.model->toggleFavorite(h.model->storedFiles().first());
-            else
-                h.model->removeRecent(h.model->storedFiles().first());
-        }
-        QCOMPARE(h.model->storedFiles().size(), present ? 1 : 0);
-        QCOMPARE(h.model->filteredStoredFiles().size(), present ? 1 : 0);
-        if (!present)
-            return;
-        const StoredFile stored = h.model->storedFiles().first();
-        QCOMPARE(stored.isFavorite, favorite);
-        QCOMPARE(stored.lastOpenedAt.has_value(), dated);
-        QCOMPARE(stored.bookmarkData, std::optional(h.url("a.md").toEncoded() + "#2"));
-        // The store holds the same list.
-        QCOMPARE(StoredFiles::decode(h.settings->value("tarn.storedFiles").toByteArray()),
-                 std::optional(h.model->storedFiles()));
     }
 
     void openStoredFile()
