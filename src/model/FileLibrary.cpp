@@ -68,11 +68,9 @@ void FileLibrary::rememberFile(const QUrl &url)
     entry.isFavorite = existing >= 0 && m_storedFiles.at(existing).isFavorite;
     entry.lastOpenedAt = StoredFiles::secondsSinceReferenceDate(m_clock());
 
-    // Stored twice on purpose, once without the entry and once with it at the end, so the
-    // store never holds a list with the path in two places.
+    // One write of the finished list: the path is never in it twice.
     QList<StoredFile> files = m_storedFiles;
     files.removeIf([&path](const StoredFile &file) { return file.path == path; });
-    setStoredFiles(files);
     files.append(entry);
     setStoredFiles(files);
 }
@@ -85,17 +83,12 @@ void FileLibrary::toggleFavorite(const StoredFile &file)
     QList<StoredFile> files = m_storedFiles;
     StoredFile &entry = files[index];
     entry.isFavorite = !entry.isFavorite;
-    setStoredFiles(files);
-
-    if (entry.isFavorite && !entry.bookmarkData) {
+    if (entry.isFavorite && !entry.bookmarkData)
         entry.bookmarkData = makeBookmark(entry.path);
-        setStoredFiles(files);
-    }
-    if (!entry.isFavorite && !entry.lastOpenedAt) {
-        // A favourite taken off the recent list has nothing left to show.
+    // A favourite taken off the recent list has nothing left to show.
+    if (!entry.isFavorite && !entry.lastOpenedAt)
         files.removeAt(index);
-        setStoredFiles(files);
-    }
+    setStoredFiles(files);
 }
 
 void FileLibrary::removeRecent(const StoredFile &file)

@@ -39,7 +39,7 @@ private slots:
         QCOMPARE(tabs.documentWithPath("/b.md"), b);
     }
 
-    // The store holds the library after every change.
+    // Every change of the library is one write of the whole list, and the store holds it.
     void favouritesAndRecents_data()
     {
         QTest::addColumn<FavRow>("row"); // steps; then present, favourite, dated
@@ -55,6 +55,7 @@ private slots:
         const auto &[steps, present, favorite, dated] = row;
         ModelHarness h;
         FileLibrary &library = h.model->library();
+        QSignalSpy writes(&library, &FileLibrary::storedFilesChanged);
         // The bookmark made on opening fails; the first favourite mark makes it.
         int bookmarks = 0;
         h.platform.bookmarkMaker = [&](const QUrl &url) {
@@ -70,6 +71,7 @@ private slots:
             else
                 library.removeRecent(library.storedFiles().first());
         }
+        QCOMPARE(writes.count(), 1 + steps.size());
         QCOMPARE(library.storedFiles().size(), present ? 1 : 0);
         QCOMPARE(library.filteredStoredFiles().size(), present ? 1 : 0);
         QCOMPARE(StoredFiles::decode(h.settings->value("tarn.storedFiles").toByteArray()),
