@@ -96,6 +96,6 @@ void ReaderState::rememberReadingBlock(const QUuid &document, int block)
 
 void ReaderState::rememberReadPosition(const QString &path, double y)
 {
-    m_readPositions.insert(path, y);
-    ModelSettings::writeReadPositions(m_settings, m_readPositions);
+    if (m_readPositions.remember(path, y))
+        ModelSettings::writeReadPositions(m_settings, m_readPositions);
 }

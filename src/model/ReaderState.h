@@ -3,6 +3,7 @@
 #pragma once
 
 #include "AppModelTypes.h"
+#include "ReadPositions.h"
 
 #include <QHash>
 #include <QObject>
@@ -61,9 +62,9 @@ public:
     void forgetReadingBlock(const QUuid &document) { m_readingBlocks.remove(document); }
 
     // Reader scroll offsets by file path, stored at once; 0 for a file never scrolled.
-    double readPosition(const QString &path) const { return m_readPositions.value(path, 0.0); }
+    double readPosition(const QString &path) const { return m_readPositions.value(path); }
     void rememberReadPosition(const QString &path, double y);
-    QHash<QString, double> readPositions() const { return m_readPositions; }
+    QHash<QString, double> readPositions() const { return m_readPositions.positions(); }
 
 signals:
     void searchQueryChanged();
@@ -84,5 +85,5 @@ private:
     QString m_currentHeadingID;
     std::optional<QString> m_scrollTargetID;
     QHash<QUuid, int> m_readingBlocks;
-    QHash<QString, double> m_readPositions;
+    ReadPositions m_readPositions;
 };

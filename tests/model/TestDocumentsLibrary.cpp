@@ -172,15 +172,21 @@ private slots:
         const QUrl url = h.file("a.md", "# A\n");
         h.model->openURLs({url}, false);
         h.model->rememberScroll(h.model->selectedDocument(), 640.5);
-        // A value JSON cannot hold changes the document but leaves the store as it was.
+        // A value JSON cannot hold changes the document but leaves the store as it was, and
+        // another file's position is still stored.
         h.model->rememberScroll(h.model->selectedDocument(), qQNaN());
+        QVERIFY(qIsNaN(h.model->selectedDocument()->scrollY()));
+        h.model->openURLs({h.file("b.md", "b")}, false);
+        h.model->rememberScroll(h.model->selectedDocument(), 720);
 
         ModelHarness next(readFile(h.path("settings.ini")));
         QCOMPARE(next.model->theme(), TarnTheme::warm);
         QVERIFY(!next.model->showOutline());
+        QCOMPARE(next.model->readPositions(),
+                 (QHash<QString, double>{{url.toLocalFile(), 640.5}, {h.path("b.md"), 720}}));
+        QCOMPARE(next.model->storedFiles(), h.model->storedFiles());
         next.model->openURLs({url}, false);
         QCOMPARE(next.model->selectedDocument()->scrollY(), 640.5);
-        QCOMPARE(next.model->storedFiles(), h.model->storedFiles());
     }
 };
 

@@ -1,8 +1,9 @@
-// The model's parts on their own: the tabs, the file library, the reader state and the disk
-// watcher.
+// The model's parts on their own: the tabs, the file library, the reader state with its stored
+// read positions, and the disk watcher.
 #include "ModelTestSupport.h"
 
 #include "DiskWatcher.h"
+#include "ModelSettings.h"
 
 #include <QDir>
 #include <QSignalSpy>
@@ -127,6 +128,38 @@ private slots:
         reader.clearSearch();
         QCOMPARE(reader.searchQuery(), QString());
         QCOMPARE(reader.searchResultCount(), 0);
+    }
+
+    // Positions are kept for the most recently read files only, and which those are survives
+    // a restart.
+    void readPositionsKeepTheMostRecentFiles()
+    {
+        ModelHarness h;
+        QHash<QString, double> seeded;
+        QStringList order;
+        for (int i = 0; i < ReadPositions::limit; ++i) {
+            order << "/f/" + QString::number(i);
+            seeded.insert(order.last(), i);
+        }
+        ModelSettings::writeReadPositions(*h.settings, ReadPositions(seeded, order));
+        const QString ini = h.path("settings.ini");
+        {
+            QSettings settings(ini, QSettings::IniFormat);
+            ReaderState reader(settings);
+            reader.rememberReadPosition("/f/1", 1.5); // read again: now the newest
+            reader.rememberReadPosition("/new", 7);
+        }
+        QSettings settings(ini, QSettings::IniFormat);
+        ReaderState reader(settings);
+        reader.rememberReadPosition("/newer", 8);
+        QSettings reloaded(ini, QSettings::IniFormat);
+        const QHash<QString, double> kept = ReaderState(reloaded).readPositions();
+        QCOMPARE(kept.size(), ReadPositions::limit);
+        for (const char *dropped : {"/f/0", "/f/2"})
+            QVERIFY2(!kept.contains(dropped), dropped);
+        QCOMPARE(kept.value("/f/1"), 1.5);
+        QCOMPARE(kept.value("/f/3"), 3.0);
+        QCOMPARE(kept.value("/newer"), 8.0);
     }
 
     // The open files and their folders are watched, and nothing else.
