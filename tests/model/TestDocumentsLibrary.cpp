@@ -1,5 +1,5 @@
 // Documents and what is stored about them: drafts, display titles, the library's JSON, its
-// filter and order, favourites and reopening, and the settings store with its defaults.
+// filter and order, reopening, and the settings store with its defaults.
 #include "ModelTestSupport.h"
 
 #include <QSignalSpy>
@@ -143,6 +143,7 @@ private slots:
         QTest::newRow("theme and flavour in wrong case, outline not a boolean") << SettingsRow{"[General]\ntarn.theme=Dark\ntarn.showOutline=0\ntarn.markdownFlavor=GFM\n", "businessBlue", true, 0, 0, false};
         QTest::newRow("library as text, positions not an object, unknown flavour") << SettingsRow{"[General]\ntarn.markdownFlavor=commonmark\ntarn.storedFiles=\"" + QByteArray(validLibrary).replace('"', "\\\"") + "\"\n" + blobLine("tarn.readPositions", "[1,2]"), "businessBlue", true, 0, 0, false};
         QTest::newRow("position that is not a number spoils the map, flavour a list") << SettingsRow{"[General]\ntarn.markdownFlavor=gfm, gfm\n" + blobLine("tarn.readPositions", R"({"/a.md":1,"/b.md":"top"})"), "businessBlue", true, 0, 0, false};
+        QTest::newRow("order of the positions unreadable: positions kept") << SettingsRow{"[General]\n" + blobLine("tarn.readPositions", R"({"/a.md":1,"/b.md":2})") + blobLine("tarn.readPositionOrder", R"(["/b.md",3)"), "businessBlue", true, 0, 2, false};
         QTest::newRow("flavour as corrupt bytes") << SettingsRow{"[General]\ntarn.markdownFlavor=\"@ByteArray(gfm\\0\\xff)\"\n", "businessBlue", true, 0, 0, false};
         // clang-format on
     }

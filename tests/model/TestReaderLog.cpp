@@ -1,4 +1,4 @@
-// Operations the reader and the menus call (links, the search state, HTML and PDF export) and
+// Operations the reader and the menus call (links, the editing place, HTML and PDF export) and
 // the usage log they write: line format, rotation at the size limit, revealing, many threads.
 #include "ModelTestSupport.h"
 
