@@ -1,6 +1,8 @@
 // AppModel's state: loading at start-up, observable fields, tab selection and editing mode.
 #include "AppModel.h"
 
+#include "DiskWatcher.h"
+#include "DocumentExporter.h"
 #include "ModelSettings.h"
 #include "Platform.h"
 #include "SourcePosition.h"
@@ -15,48 +17,60 @@ AppModel::AppModel(QSettings &settings, Platform &platform, PdfExportService &pd
     : QObject(parent)
     , m_settings(settings)
     , m_platform(platform)
-    , m_pdfExporter(pdfExporter)
     , m_logger(logger)
-    , m_clock(std::move(clock))
 {
     m_theme = ModelSettings::readTheme(m_settings);
     m_showOutline = ModelSettings::readShowOutline(m_settings);
-    // Written straight back: a value that could not be read is replaced by an empty list.
-    m_storedFiles = ModelSettings::readStoredFiles(m_settings);
-    ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
-    m_readPositions = ModelSettings::readReadPositions(m_settings);
+    m_documents = new DocumentTabs(this);
+    m_library = new FileLibrary(m_settings, m_platform, std::move(clock), this);
+    m_reader = new ReaderState(m_settings, this);
+    m_diskWatcher = new DiskWatcher(
+        *m_documents, [this] { return m_askingAboutDisk || m_platform.isShowingModalDialog(); },
+        this);
+    m_exporter = new DocumentExporter(pdfExporter, m_logger, this);
     m_markdownFlavor = ModelSettings::readMarkdownFlavor(m_settings);
     m_flavorHintClosed = ModelSettings::readFlavorHintClosed(m_settings);
+    forwardPartSignals();
     connect(this, &AppModel::selectedDocumentChanged, this, &AppModel::updateFlavorHint);
-    startWatchingFiles();
+    connect(m_documents, &DocumentTabs::selectedContentChanged, this, &AppModel::updateFlavorHint);
+    connect(m_diskWatcher, &DiskWatcher::fileChanged, this, &AppModel::checkDocumentOnDisk);
+    connect(m_exporter, &DocumentExporter::failed, this,
+            [this](const QString &error) { showAlert(QStringLiteral("导出失败"), error); });
 }
 
 AppModel::~AppModel() = default;
 
-TarnDocument *AppModel::selectedDocument() const
+void AppModel::forwardPartSignals()
 {
-    if (m_selectedTabID.isNull())
-        return nullptr;
-    const auto it = std::find_if(m_tabs.begin(), m_tabs.end(), [this](TarnDocument *document) {
-        return document->id() == m_selectedTabID;
-    });
-    return it == m_tabs.end() ? nullptr : *it;
-}
+    connect(m_documents, &DocumentTabs::tabsChanged, this, &AppModel::tabsChanged);
+    connect(m_documents, &DocumentTabs::selectedTabIDChanged, this,
+            &AppModel::selectedTabIDChanged);
+    connect(m_documents, &DocumentTabs::selectedDocumentChanged, this,
+            &AppModel::selectedDocumentChanged);
+    connect(m_documents, &DocumentTabs::canSaveSelectedDocumentChanged, this,
+            &AppModel::canSaveSelectedDocumentChanged);
 
-bool AppModel::canSaveSelectedDocument() const
-{
-    const TarnDocument *document = selectedDocument();
-    return document && document->isDirty();
+    connect(m_library, &FileLibrary::storedFilesChanged, this, &AppModel::storedFilesChanged);
+    connect(m_library, &FileLibrary::fileFilterChanged, this, &AppModel::fileFilterChanged);
+    connect(m_library, &FileLibrary::filteredStoredFilesChanged, this,
+            &AppModel::filteredStoredFilesChanged);
+
+    connect(m_reader, &ReaderState::searchQueryChanged, this, &AppModel::searchQueryChanged);
+    connect(m_reader, &ReaderState::searchResultCountChanged, this,
+            &AppModel::searchResultCountChanged);
+    connect(m_reader, &ReaderState::currentSearchResultIndexChanged, this,
+            &AppModel::currentSearchResultIndexChanged);
+    connect(m_reader, &ReaderState::searchResultsReported, this, &AppModel::searchResultsReported);
+    connect(m_reader, &ReaderState::searchNavigationRequestChanged, this,
+            &AppModel::searchNavigationRequestChanged);
+    connect(m_reader, &ReaderState::currentHeadingIDChanged, this,
+            &AppModel::currentHeadingIDChanged);
+    connect(m_reader, &ReaderState::scrollTargetIDChanged, this, &AppModel::scrollTargetIDChanged);
 }
 
 void AppModel::setSelectedTabID(const QUuid &id)
 {
-    if (m_selectedTabID == id)
-        return;
-    m_selectedTabID = id;
-    emit selectedTabIDChanged();
-    emit selectedDocumentChanged();
-    emit canSaveSelectedDocumentChanged();
+    m_documents->setSelectedTabID(id);
 }
 
 void AppModel::setEditing(bool editing)
@@ -77,42 +91,8 @@ void AppModel::setEditorTopLine(int line)
 
 void AppModel::rememberReadingBlock(TarnDocument *document, int block)
 {
-    if (document && block >= 0)
-        m_readingBlocks.insert(document->id(), block);
-}
-
-void AppModel::setFileFilter(const QString &filter)
-{
-    if (m_fileFilter == filter)
-        return;
-    m_fileFilter = filter;
-    emit fileFilterChanged();
-    emit filteredStoredFilesChanged();
-}
-
-void AppModel::setSearchQuery(const QString &query)
-{
-    if (m_searchQuery == query)
-        return;
-    m_searchQuery = query;
-    emit searchQueryChanged();
-    resetSearchResults();
-}
-
-void AppModel::setCurrentHeadingID(const QString &id)
-{
-    if (m_currentHeadingID == id)
-        return;
-    m_currentHeadingID = id;
-    emit currentHeadingIDChanged();
-}
-
-void AppModel::setScrollTargetID(const std::optional<QString> &id)
-{
-    if (m_scrollTargetID == id)
-        return;
-    m_scrollTargetID = id;
-    emit scrollTargetIDChanged();
+    if (document)
+        m_reader->rememberReadingBlock(document->id(), block);
 }
 
 void AppModel::setShowOutline(bool show)
@@ -122,14 +102,6 @@ void AppModel::setShowOutline(bool show)
     ModelSettings::writeShowOutline(m_settings, show);
     if (changed)
         emit showOutlineChanged();
-}
-
-void AppModel::setStoredFiles(const QList<StoredFile> &files)
-{
-    m_storedFiles = files;
-    ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
-    emit storedFilesChanged();
-    emit filteredStoredFilesChanged();
 }
 
 void AppModel::setAlert(const std::optional<AppAlert> &alert)
@@ -156,7 +128,7 @@ void AppModel::toggleOutline()
 
 void AppModel::selectTab(const QUuid &id)
 {
-    if (m_selectedTabID == id)
+    if (selectedTabID() == id)
         return;
     if (TarnDocument *current = selectedDocument(); current && !confirmDirtyDocument(current))
         return;
@@ -167,20 +139,18 @@ void AppModel::closeTab(TarnDocument *document)
 {
     if (!document || !confirmDirtyDocument(document))
         return;
-    const qsizetype position = m_tabs.indexOf(document);
+    const QUuid id = document->id();
+    const bool wasSelected = id == selectedTabID();
+    const qsizetype position = m_documents->remove(document);
     if (position < 0)
         return;
-    const bool wasSelected = document->id() == m_selectedTabID;
-    m_tabs.removeAt(position);
-    m_readingBlocks.remove(document->id());
-    emit tabsChanged();
-    updateWatchedPaths();
-    document->deleteLater(); // views may still hold it until they have seen tabsChanged
+    m_reader->forgetReadingBlock(id);
     if (!wasSelected)
         return;
     // The right-hand neighbour, or the new last tab when the closed one was last.
-    const qsizetype next = std::min(position, m_tabs.size() - 1);
-    selectAndReset(next >= 0 ? m_tabs.at(next)->id() : QUuid());
+    const QList<TarnDocument *> tabs = m_documents->tabs();
+    const qsizetype next = std::min(position, tabs.size() - 1);
+    selectAndReset(next >= 0 ? tabs.at(next)->id() : QUuid());
 }
 
 void AppModel::selectAndReset(const QUuid &id)
@@ -203,12 +173,11 @@ void AppModel::toggleEditing()
             document->setDraft(document->content());
         // The editor opens where the reader was: at the first block on screen, or failing
         // that at the section being read.
-        const auto block = m_readingBlocks.constFind(document->id());
+        const int block = m_reader->readingBlock(document->id());
         setEditorTopLine(
-            block != m_readingBlocks.cend()
-                ? SourcePosition::lineOfBlock(document->content(), m_markdownFlavor, *block)
-                : SourcePosition::lineOfHeading(document->draft(), m_markdownFlavor,
-                                                m_currentHeadingID));
+            block >= 0 ? SourcePosition::lineOfBlock(document->content(), m_markdownFlavor, block)
+                       : SourcePosition::lineOfHeading(document->draft(), m_markdownFlavor,
+                                                       currentHeadingID()));
         setEditing(true);
         return;
     }
@@ -246,7 +215,7 @@ bool AppModel::confirmDirtyDocument(TarnDocument *document)
 bool AppModel::confirmBeforeTerminating()
 {
     // A copy: saving or discarding never changes the tab list, but be safe against views.
-    const QList<TarnDocument *> tabs = m_tabs;
+    const QList<TarnDocument *> tabs = m_documents->tabs();
     for (TarnDocument *document : tabs) {
         if (!document->isDirty())
             continue;
@@ -263,33 +232,7 @@ void AppModel::rememberScroll(TarnDocument *document, double y)
     if (!document)
         return;
     document->setScrollY(y);
-    m_readPositions.insert(document->url().toLocalFile(), y);
-    ModelSettings::writeReadPositions(m_settings, m_readPositions);
-}
-
-void AppModel::appendTab(TarnDocument *document)
-{
-    document->setParent(this);
-    connect(document, &TarnDocument::isDirtyChanged, this, [this, document] {
-        if (document->id() == m_selectedTabID)
-            emit canSaveSelectedDocumentChanged();
-    });
-    connect(document, &TarnDocument::contentChanged, this, [this, document] {
-        if (document->id() == m_selectedTabID)
-            updateFlavorHint();
-    });
-    m_tabs.append(document);
-    emit tabsChanged();
-    updateWatchedPaths();
-}
-
-TarnDocument *AppModel::documentWithPath(const QString &path) const
-{
-    for (TarnDocument *document : m_tabs) {
-        if (document->url().toLocalFile() == path)
-            return document;
-    }
-    return nullptr;
+    m_reader->rememberReadPosition(document->url().toLocalFile(), y);
 }
 
 void AppModel::showAlert(const QString &title, const QString &message)

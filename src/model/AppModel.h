@@ -1,10 +1,13 @@
-// The one application model: tabs, editing mode, the file library, reader search state,
-// settings-backed preferences and every file operation the views trigger.
+// The one application model the window binds to: editing mode, preferences and every operation
+// the views trigger. Each concern with state of its own lives in a part (see below).
 #pragma once
 
 #include "AppModelTypes.h"
+#include "DocumentTabs.h"
 #include "DraftStore.h"
+#include "FileLibrary.h"
 #include "MarkdownRenderer.h"
+#include "ReaderState.h"
 #include "StoredFile.h"
 #include "TarnClock.h"
 #include "TarnDocument.h"
@@ -20,13 +23,19 @@
 
 #include <optional>
 
+class DiskWatcher;
+class DocumentExporter;
 class Platform;
 class PdfExportService;
-class QFileSystemWatcher;
-class QTimer;
 class QSettings;
 class TarnUsageLogger;
 
+// The parts are QObject children, each with its own properties and signals. AppModel keeps the
+// names views and tests know: its properties read the parts, its change signals are the parts'
+// signals passed on, and operations that span parts (opening a file makes a tab, dates it in
+// the library and resets the search) are written here. A new part follows the same steps: a
+// class of its own, a member made in the constructor, an accessor, and the forwarding of each
+// property it shares with AppModel.
 class AppModel : public QObject
 {
     Q_OBJECT
@@ -74,8 +83,15 @@ public:
              QObject *parent = nullptr);
     ~AppModel() override;
 
-    QList<TarnDocument *> tabs() const { return m_tabs; }
-    QUuid selectedTabID() const { return m_selectedTabID; }
+    // The parts.
+    DocumentTabs &documentTabs() const { return *m_documents; }
+    FileLibrary &library() const { return *m_library; }
+    ReaderState &reader() const { return *m_reader; }
+    DiskWatcher &diskWatcher() const { return *m_diskWatcher; }
+    DocumentExporter &exporter() const { return *m_exporter; }
+
+    QList<TarnDocument *> tabs() const { return m_documents->tabs(); }
+    QUuid selectedTabID() const { return m_documents->selectedTabID(); }
     bool isEditing() const { return m_isEditing; }
     // The 0-based source line at the top of the editor. Entering editing sets it from the
     // reader's current heading; the editor reports it while it scrolls; leaving editing turns
@@ -87,44 +103,47 @@ public:
     // -1 until the reader has reported one.
     int readingBlock(const TarnDocument *document) const
     {
-        return document ? m_readingBlocks.value(document->id(), -1) : -1;
+        return document ? m_reader->readingBlock(document->id()) : -1;
     }
-    QString fileFilter() const { return m_fileFilter; }
-    QString searchQuery() const { return m_searchQuery; }
-    int searchResultCount() const { return m_searchResultCount; }
-    int currentSearchResultIndex() const { return m_currentSearchResultIndex; }
+    QString fileFilter() const { return m_library->fileFilter(); }
+    QString searchQuery() const { return m_reader->searchQuery(); }
+    int searchResultCount() const { return m_reader->searchResultCount(); }
+    int currentSearchResultIndex() const { return m_reader->currentSearchResultIndex(); }
     std::optional<SearchNavigationRequest> searchNavigationRequest() const
     {
-        return m_searchNavigationRequest;
+        return m_reader->searchNavigationRequest();
     }
     // The reader clears a request once it has carried it out.
-    void setSearchNavigationRequest(const std::optional<SearchNavigationRequest> &request);
-    QString currentHeadingID() const { return m_currentHeadingID; }
-    std::optional<QString> scrollTargetID() const { return m_scrollTargetID; }
+    void setSearchNavigationRequest(const std::optional<SearchNavigationRequest> &request)
+    {
+        m_reader->setSearchNavigationRequest(request);
+    }
+    QString currentHeadingID() const { return m_reader->currentHeadingID(); }
+    std::optional<QString> scrollTargetID() const { return m_reader->scrollTargetID(); }
     bool showOutline() const { return m_showOutline; }
-    QList<StoredFile> storedFiles() const { return m_storedFiles; }
+    QList<StoredFile> storedFiles() const { return m_library->storedFiles(); }
     std::optional<AppAlert> alert() const { return m_alert; }
     TarnTheme theme() const { return m_theme; }
     MarkdownFlavor markdownFlavor() const { return m_markdownFlavor; }
     bool showsFlavorHint() const { return m_showsFlavorHint; }
     TarnUsageLogger &logger() const { return m_logger; }
-    // File path to reader scroll offset.
-    QHash<QString, double> readPositions() const { return m_readPositions; }
+    // File path to reader scroll offset, for the most recently read files.
+    QHash<QString, double> readPositions() const { return m_reader->readPositions(); }
 
-    TarnDocument *selectedDocument() const;
-    bool canSaveSelectedDocument() const;
-    QList<StoredFile> filteredStoredFiles() const;
+    TarnDocument *selectedDocument() const { return m_documents->selectedDocument(); }
+    bool canSaveSelectedDocument() const { return m_documents->canSaveSelectedDocument(); }
+    QList<StoredFile> filteredStoredFiles() const { return m_library->filteredStoredFiles(); }
 
     void setSelectedTabID(const QUuid &id);
     void setEditing(bool editing);
-    void setFileFilter(const QString &filter);
+    void setFileFilter(const QString &filter) { m_library->setFileFilter(filter); }
     // Resets the search results when the text changes.
-    void setSearchQuery(const QString &query);
-    void setCurrentHeadingID(const QString &id);
-    void setScrollTargetID(const std::optional<QString> &id);
+    void setSearchQuery(const QString &query) { m_reader->setSearchQuery(query); }
+    void setCurrentHeadingID(const QString &id) { m_reader->setCurrentHeadingID(id); }
+    void setScrollTargetID(const std::optional<QString> &id) { m_reader->setScrollTargetID(id); }
     // The preference setters and setStoredFiles write the settings store at once.
     void setShowOutline(bool show);
-    void setStoredFiles(const QList<StoredFile> &files);
+    void setStoredFiles(const QList<StoredFile> &files) { m_library->setStoredFiles(files); }
     // The view clears the alert when it is dismissed.
     void setAlert(const std::optional<AppAlert> &alert);
     void setTheme(TarnTheme theme);
@@ -158,20 +177,27 @@ public:
     void toggleOutline();
 
     // The library.
-    void rememberFile(const QUrl &url);
-    void toggleFavorite(const StoredFile &file);
-    void removeRecent(const StoredFile &file);
+    void rememberFile(const QUrl &url) { m_library->rememberFile(url); }
+    void toggleFavorite(const StoredFile &file) { m_library->toggleFavorite(file); }
+    void removeRecent(const StoredFile &file) { m_library->removeRecent(file); }
     void showInFinder(const StoredFile &file);
     void openStoredFile(const StoredFile &file);
-    std::optional<QUrl> resolveStoredFile(const StoredFile &file);
+    std::optional<QUrl> resolveStoredFile(const StoredFile &file)
+    {
+        return m_library->resolveStoredFile(file);
+    }
 
     // Links, search and outline.
     void openLink(const QUrl &url, TarnDocument *fromDocument);
-    void clearSearch();
-    void resetSearchResults();
-    void updateSearchResults(int current, int total);
+    void clearSearch() { m_reader->clearSearch(); }
+    void resetSearchResults() { m_reader->resetSearchResults(); }
+    void updateSearchResults(int current, int total)
+    {
+        m_reader->updateSearchResults(current, total);
+    }
+    // Only while a document is selected.
     void navigateSearch(SearchNavigationDirection direction);
-    void scrollToHeading(const QString &id);
+    void scrollToHeading(const QString &id) { setScrollTargetID(id); }
 
     // Export and the usage log.
     void exportSelectedDocumentAsHTML();
@@ -213,51 +239,35 @@ signals:
 
 private:
     void openURL(const QUrl &url);
-    TarnDocument *documentWithPath(const QString &path) const;
     void showAlert(const QString &title, const QString &message);
     void log(const QString &event, const QMap<QString, QString> &metadata = {});
     // Selection changes that leave editing and forget the page's state.
     void selectAndReset(const QUuid &id);
-    void appendTab(TarnDocument *document);
     // Where a panel about `document` starts: its folder, or else the last folder a panel chose.
     QString panelFolder(const TarnDocument *document) const;
     void notePanelChoice(const QUrl &chosen);
     std::optional<QUrl> runExportPanel(TarnDocument *document, const QString &title,
                                        const QString &extension, const QString &nameFilter,
                                        const QString &cancelEvent);
-    QString exportedPage(TarnDocument *document) const;
     void updateFlavorHint();
-    void finishPdfExport(const QString &file, const QString &output, bool ok, const QString &error);
-    std::optional<QByteArray> makeBookmark(const QString &path);
-    // Open files follow changes on disk.
-    void startWatchingFiles();
-    void updateWatchedPaths();
-    void onWatchedDirectoryChanged(const QString &folder);
-    void scheduleDiskCheck(const QString &path);
-    void checkScheduledPaths();
+    // Passes the parts' change signals on as AppModel's own.
+    void forwardPartSignals();
     void checkDocumentOnDisk(const QString &path);
     void askAboutChangeOnDisk(TarnDocument *document, const QString &diskText);
 
     QSettings &m_settings;
     Platform &m_platform;
-    PdfExportService &m_pdfExporter;
     TarnUsageLogger &m_logger;
-    const TarnClock m_clock;
 
-    QList<TarnDocument *> m_tabs;
-    QUuid m_selectedTabID;
+    DocumentTabs *m_documents = nullptr;
+    FileLibrary *m_library = nullptr;
+    ReaderState *m_reader = nullptr;
+    DiskWatcher *m_diskWatcher = nullptr;
+    DocumentExporter *m_exporter = nullptr;
+
     bool m_isEditing = false;
     int m_editorTopLine = 0;
-    QHash<QUuid, int> m_readingBlocks; // by document id
-    QString m_fileFilter;
-    QString m_searchQuery;
-    int m_searchResultCount = 0;
-    int m_currentSearchResultIndex = 0;
-    std::optional<SearchNavigationRequest> m_searchNavigationRequest;
-    QString m_currentHeadingID;
-    std::optional<QString> m_scrollTargetID;
     bool m_showOutline = true;
-    QList<StoredFile> m_storedFiles;
     std::optional<AppAlert> m_alert;
     QString m_lastPanelFolder;
     TarnTheme m_theme = TarnTheme::businessBlue;
@@ -265,9 +275,5 @@ private:
     bool m_showsFlavorHint = false;
     QSet<QString> m_flavorHintClosed;      // file paths, kept in the settings
     QSet<QUuid> m_flavorHintClosedUnsaved; // documents without a file, for this session
-    QHash<QString, double> m_readPositions;
-    QFileSystemWatcher *m_watcher = nullptr;
-    QTimer *m_diskCheckTimer = nullptr;
-    QSet<QString> m_scheduledDiskChecks;
     bool m_askingAboutDisk = false;
 };

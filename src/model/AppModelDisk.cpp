@@ -1,5 +1,5 @@
-// AppModel and the disk after opening: open files follow changes made by other programs, and
-// drafts that survived a crash come back as unsaved tabs.
+// AppModel and the disk after opening: open files follow changes made by other programs (the
+// disk watcher says which to look at), and drafts that survived a crash come back as unsaved tabs.
 #include "AppModel.h"
 
 #include "Platform.h"
@@ -7,94 +7,11 @@
 #include "TextFileReader.h"
 
 #include <QFileInfo>
-#include <QFileSystemWatcher>
 #include <QPointer>
-#include <QTimer>
-
-namespace {
-
-// Editors write in bursts (truncate, write, rename): one look once the burst is over.
-constexpr int diskCheckDelayMs = 250;
-
-QString folderOf(const QString &path)
-{
-    return QFileInfo(path).absolutePath();
-}
-
-} // namespace
-
-void AppModel::startWatchingFiles()
-{
-    m_watcher = new QFileSystemWatcher(this);
-    m_diskCheckTimer = new QTimer(this);
-    m_diskCheckTimer->setSingleShot(true);
-    m_diskCheckTimer->setInterval(diskCheckDelayMs);
-    connect(m_watcher, &QFileSystemWatcher::fileChanged, this, &AppModel::scheduleDiskCheck);
-    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this,
-            &AppModel::onWatchedDirectoryChanged);
-    connect(m_diskCheckTimer, &QTimer::timeout, this, &AppModel::checkScheduledPaths);
-}
-
-void AppModel::updateWatchedPaths()
-{
-    // The folders too: a file replaced by renaming another over it, or deleted and made
-    // again, is no longer the one the watch was on.
-    QSet<QString> wanted;
-    for (const TarnDocument *document : std::as_const(m_tabs)) {
-        const QString path = document->url().toLocalFile();
-        if (QFileInfo::exists(path))
-            wanted.insert(path);
-        if (QFileInfo::exists(folderOf(path)))
-            wanted.insert(folderOf(path));
-    }
-    QStringList watched = m_watcher->files() + m_watcher->directories();
-    QStringList stale;
-    for (const QString &path : std::as_const(watched)) {
-        if (!wanted.remove(path))
-            stale << path;
-    }
-    if (!stale.isEmpty())
-        m_watcher->removePaths(stale);
-    if (!wanted.isEmpty())
-        m_watcher->addPaths(QStringList(wanted.begin(), wanted.end()));
-}
-
-void AppModel::onWatchedDirectoryChanged(const QString &folder)
-{
-    const QStringList watchedFiles = m_watcher->files();
-    for (const TarnDocument *document : std::as_const(m_tabs)) {
-        const QString path = document->url().toLocalFile();
-        if (folderOf(path) != folder)
-            continue;
-        const bool exists = QFileInfo::exists(path);
-        // A new file under the old name, or a file gone: other changes reach the file's watch.
-        if (exists != watchedFiles.contains(path) || exists == document->isMissingOnDisk())
-            scheduleDiskCheck(path);
-    }
-}
-
-void AppModel::scheduleDiskCheck(const QString &path)
-{
-    m_scheduledDiskChecks.insert(path);
-    m_diskCheckTimer->start();
-}
-
-void AppModel::checkScheduledPaths()
-{
-    // One question at a time, and none on top of another dialog.
-    if (m_askingAboutDisk || m_platform.isShowingModalDialog()) {
-        m_diskCheckTimer->start();
-        return;
-    }
-    const QSet<QString> paths = std::exchange(m_scheduledDiskChecks, {});
-    for (const QString &path : paths)
-        checkDocumentOnDisk(path);
-    updateWatchedPaths();
-}
 
 void AppModel::checkDocumentOnDisk(const QString &path)
 {
-    TarnDocument *document = documentWithPath(path);
+    TarnDocument *document = m_documents->documentWithPath(path);
     if (!document)
         return;
     const QMap<QString, QString> fileAndPath{{QStringLiteral("file"), document->fileName()},
@@ -136,7 +53,7 @@ void AppModel::askAboutChangeOnDisk(TarnDocument *document, const QString &diskT
     m_askingAboutDisk = true;
     const int answer = m_platform.runModalAlert(alert);
     m_askingAboutDisk = false;
-    if (!asked || !m_tabs.contains(asked))
+    if (!asked || !m_documents->contains(asked))
         return;
     // The file may have changed again while the question was open.
     const QString path = asked->url().toLocalFile();
@@ -158,15 +75,15 @@ void AppModel::restoreDrafts(const QList<RecoveredDraft> &drafts)
     QStringList names;
     TarnDocument *last = nullptr;
     for (const RecoveredDraft &draft : drafts) {
-        TarnDocument *document = documentWithPath(draft.path);
+        TarnDocument *document = m_documents->documentWithPath(draft.path);
         if (!document && QFileInfo::exists(draft.path)) {
             openURL(QUrl::fromLocalFile(draft.path));
-            document = documentWithPath(draft.path);
+            document = m_documents->documentWithPath(draft.path);
         } else if (!document) {
             // The file is gone: the tab still opens with the recovered text; saving makes it.
             document = new TarnDocument(QUrl::fromLocalFile(draft.path), QString(),
-                                        m_readPositions.value(draft.path, 0.0));
-            appendTab(document);
+                                        m_reader->readPosition(draft.path));
+            m_documents->append(document);
             document->setMissingOnDisk(true);
         }
         if (!document)

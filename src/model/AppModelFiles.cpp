@@ -145,7 +145,7 @@ void AppModel::openURL(const QUrl &url)
     const QString path = url.toLocalFile();
     const QMap<QString, QString> fileAndPath{{QStringLiteral("file"), fileNameOf(url)},
                                              {QStringLiteral("path"), path}};
-    if (TarnDocument *existing = documentWithPath(path)) {
+    if (TarnDocument *existing = m_documents->documentWithPath(path)) {
         // The open text is kept; a change on disk is deliberately not picked up.
         setSelectedTabID(existing->id());
         rememberFile(url);
@@ -163,8 +163,8 @@ void AppModel::openURL(const QUrl &url)
         return;
     }
 
-    auto *document = new TarnDocument(url, read.text, m_readPositions.value(path, 0.0));
-    appendTab(document);
+    auto *document = new TarnDocument(url, read.text, m_reader->readPosition(path));
+    m_documents->append(document);
     setSelectedTabID(document->id());
     resetSearchResults();
     rememberFile(url);

@@ -11,8 +11,8 @@ void AppModel::setMarkdownFlavor(MarkdownFlavor flavor)
         return;
     m_markdownFlavor = flavor;
     // Scroll offsets do not carry over between the two layouts of a page; headings do.
-    if (!m_currentHeadingID.isEmpty())
-        setScrollTargetID(m_currentHeadingID);
+    if (const QString heading = currentHeadingID(); !heading.isEmpty())
+        setScrollTargetID(heading);
     emit markdownFlavorChanged();
     updateFlavorHint();
 }

@@ -74,62 +74,8 @@ void AppModel::openLink(const QUrl &url, TarnDocument *fromDocument)
     }
 }
 
-void AppModel::clearSearch()
-{
-    setSearchQuery(QString());
-    resetSearchResults();
-}
-
-void AppModel::resetSearchResults()
-{
-    if (m_searchResultCount != 0) {
-        m_searchResultCount = 0;
-        emit searchResultCountChanged();
-    }
-    if (m_currentSearchResultIndex != 0) {
-        m_currentSearchResultIndex = 0;
-        emit currentSearchResultIndexChanged();
-    }
-    if (m_searchNavigationRequest) {
-        m_searchNavigationRequest.reset();
-        emit searchNavigationRequestChanged();
-    }
-}
-
-void AppModel::updateSearchResults(int current, int total)
-{
-    const int count = std::max(total, 0);
-    const int index = total <= 0 ? 0 : std::min(count, std::max(current, 1));
-    if (m_searchResultCount != count) {
-        m_searchResultCount = count;
-        emit searchResultCountChanged();
-    }
-    if (m_currentSearchResultIndex != index) {
-        m_currentSearchResultIndex = index;
-        emit currentSearchResultIndexChanged();
-    }
-    emit searchResultsReported();
-}
-
 void AppModel::navigateSearch(SearchNavigationDirection direction)
 {
-    if (!selectedDocument() || m_searchQuery.trimmed().isEmpty() || m_searchResultCount < 1)
-        return;
-    m_searchNavigationRequest = SearchNavigationRequest{QUuid::createUuid(), direction};
-    emit searchNavigationRequestChanged();
-}
-
-void AppModel::scrollToHeading(const QString &id)
-{
-    setScrollTargetID(id);
-}
-
-void AppModel::setSearchNavigationRequest(const std::optional<SearchNavigationRequest> &request)
-{
-    const bool same = request.has_value() == m_searchNavigationRequest.has_value() &&
-                      (!request || request->id == m_searchNavigationRequest->id);
-    if (same)
-        return;
-    m_searchNavigationRequest = request;
-    emit searchNavigationRequestChanged();
+    if (selectedDocument())
+        m_reader->navigateSearch(direction);
 }

@@ -91,7 +91,7 @@ QList<StoredFile> readStoredFiles(QSettings &settings)
     return StoredFiles::decode(*blob).value_or(QList<StoredFile>());
 }
 
-QHash<QString, double> readReadPositions(QSettings &settings)
+ReadPositions readReadPositions(QSettings &settings)
 {
     const auto document = readJsonBlob(settings, readPositionsKey);
     if (!document || !document->isObject())
@@ -104,7 +104,14 @@ QHash<QString, double> readReadPositions(QSettings &settings)
             return {};
         positions.insert(it.key(), it.value().toDouble());
     }
-    return positions;
+    // A missing or broken order only loses which files were read last.
+    QStringList order;
+    if (const auto stored = readJsonBlob(settings, readPositionOrderKey);
+        stored && stored->isArray()) {
+        for (const QJsonValue &path : stored->array())
+            order.append(path.toString());
+    }
+    return ReadPositions(positions, order);
 }
 
 MarkdownFlavor readMarkdownFlavor(QSettings &settings)
@@ -147,14 +154,17 @@ void writeStoredFiles(QSettings &settings, const QList<StoredFile> &files)
         store(settings, storedFilesKey, *json);
 }
 
-void writeReadPositions(QSettings &settings, const QHash<QString, double> &positions)
+void writeReadPositions(QSettings &settings, const ReadPositions &positions)
 {
     QJsonObject object;
-    for (auto it = positions.begin(); it != positions.end(); ++it) {
+    for (auto it = positions.positions().begin(); it != positions.positions().end(); ++it) {
         if (!std::isfinite(it.value()))
             return;
         object.insert(it.key(), it.value());
     }
+    settings.setValue(QLatin1String(readPositionOrderKey),
+                      QJsonDocument(QJsonArray::fromStringList(positions.order()))
+                          .toJson(QJsonDocument::Compact));
     store(settings, readPositionsKey, QJsonDocument(object).toJson(QJsonDocument::Compact));
 }
 

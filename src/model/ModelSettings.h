@@ -2,6 +2,7 @@
 #pragma once
 
 #include "MarkdownRenderer.h"
+#include "ReadPositions.h"
 #include "StoredFile.h"
 #include "TarnTheme.h"
 
@@ -18,6 +19,8 @@ inline constexpr char themeKey[] = "tarn.theme";
 inline constexpr char showOutlineKey[] = "tarn.showOutline";
 inline constexpr char storedFilesKey[] = "tarn.storedFiles";
 inline constexpr char readPositionsKey[] = "tarn.readPositions";
+// The paths of the read positions, oldest first, so the oldest can be dropped.
+inline constexpr char readPositionOrderKey[] = "tarn.readPositionOrder";
 inline constexpr char markdownFlavorKey[] = "tarn.markdownFlavor";
 // The files whose hint to show them in the standard flavour was closed.
 inline constexpr char flavorHintClosedKey[] = "tarn.flavorHintClosed";
@@ -31,7 +34,7 @@ std::optional<MarkdownFlavor> flavorFromName(const QString &name);
 TarnTheme readTheme(QSettings &settings);
 bool readShowOutline(QSettings &settings);
 QList<StoredFile> readStoredFiles(QSettings &settings);
-QHash<QString, double> readReadPositions(QSettings &settings);
+ReadPositions readReadPositions(QSettings &settings);
 MarkdownFlavor readMarkdownFlavor(QSettings &settings);
 QSet<QString> readFlavorHintClosed(QSettings &settings);
 
@@ -39,7 +42,7 @@ QSet<QString> readFlavorHintClosed(QSettings &settings);
 void writeTheme(QSettings &settings, TarnTheme theme);
 void writeShowOutline(QSettings &settings, bool show);
 void writeStoredFiles(QSettings &settings, const QList<StoredFile> &files);
-void writeReadPositions(QSettings &settings, const QHash<QString, double> &positions);
+void writeReadPositions(QSettings &settings, const ReadPositions &positions);
 void writeMarkdownFlavor(QSettings &settings, MarkdownFlavor flavor);
 void writeFlavorHintClosed(QSettings &settings, const QSet<QString> &paths);
 

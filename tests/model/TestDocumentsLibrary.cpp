@@ -1,5 +1,5 @@
 // Documents and what is stored about them: drafts, display titles, the library's JSON, its
-// filter and order, favourites and reopening, and the settings store with its defaults.
+// filter and order, reopening, and the settings store with its defaults.
 #include "ModelTestSupport.h"
 
 #include <QSignalSpy>
@@ -7,7 +7,6 @@
 using DirtyRow = std::tuple<QString, QString, bool>;
 using FilterRow = std::tuple<QList<StoredFile>, QString, QStringList>;
 using SettingsRow = std::tuple<QByteArray, QString, bool, int, int, bool>;
-using FavRow = std::tuple<QStringList, bool, bool, bool>;
 
 static StoredFile entry(const QString &path, bool favorite, std::optional<double> opened)
 {
@@ -112,45 +111,6 @@ private slots:
         QCOMPARE(paths, shown);
     }
 
-    void favouritesAndRecents_data()
-    {
-        QTest::addColumn<FavRow>("row"); // steps; then present, favourite, dated
-        QTest::newRow("favourite twice: recent") << FavRow{{"fav", "fav"}, true, false, true};
-        QTest::newRow("remove recent") << FavRow{{"remove"}, false, false, false};
-        QTest::newRow("favourite off recent stays") << FavRow{{"fav", "remove"}, true, true, false};
-        QTest::newRow("unmarked: gone") << FavRow{{"fav", "remove", "fav"}, false, false, false};
-    }
-    void favouritesAndRecents()
-    {
-        QFETCH(FavRow, row);
-        const auto &[steps, present, favorite, dated] = row;
-        ModelHarness h;
-        // The bookmark made on opening fails; the first favourite mark makes it.
-        int bookmarks = 0;
-        h.platform.bookmarkMaker = [&](const QUrl &url) {
-            const QByteArray made = url.toEncoded() + "#" + QByteArray::number(++bookmarks);
-            return bookmarks == 1 ? std::nullopt : std::optional(made);
-        };
-        h.model->openURLs({h.file("a.md", "a")}, false);
-        for (const QString &step : steps) {
-            if (step == "fav")
-                h.model->toggleFavorite(h.model->storedFiles().first());
-            else
-                h.model->removeRecent(h.model->storedFiles().first());
-        }
-        QCOMPARE(h.model->storedFiles().size(), present ? 1 : 0);
-        QCOMPARE(h.model->filteredStoredFiles().size(), present ? 1 : 0);
-        if (!present)
-            return;
-        const StoredFile stored = h.model->storedFiles().first();
-        QCOMPARE(stored.isFavorite, favorite);
-        QCOMPARE(stored.lastOpenedAt.has_value(), dated);
-        QCOMPARE(stored.bookmarkData, std::optional(h.url("a.md").toEncoded() + "#2"));
-        // The store holds the same list.
-        QCOMPARE(StoredFiles::decode(h.settings->value("tarn.storedFiles").toByteArray()),
-                 std::optional(h.model->storedFiles()));
-    }
-
     void openStoredFile()
     {
         ModelHarness h;
@@ -183,6 +143,7 @@ private slots:
         QTest::newRow("theme and flavour in wrong case, outline not a boolean") << SettingsRow{"[General]\ntarn.theme=Dark\ntarn.showOutline=0\ntarn.markdownFlavor=GFM\n", "businessBlue", true, 0, 0, false};
         QTest::newRow("library as text, positions not an object, unknown flavour") << SettingsRow{"[General]\ntarn.markdownFlavor=commonmark\ntarn.storedFiles=\"" + QByteArray(validLibrary).replace('"', "\\\"") + "\"\n" + blobLine("tarn.readPositions", "[1,2]"), "businessBlue", true, 0, 0, false};
         QTest::newRow("position that is not a number spoils the map, flavour a list") << SettingsRow{"[General]\ntarn.markdownFlavor=gfm, gfm\n" + blobLine("tarn.readPositions", R"({"/a.md":1,"/b.md":"top"})"), "businessBlue", true, 0, 0, false};
+        QTest::newRow("order of the positions unreadable: positions kept") << SettingsRow{"[General]\n" + blobLine("tarn.readPositions", R"({"/a.md":1,"/b.md":2})") + blobLine("tarn.readPositionOrder", R"(["/b.md",3)"), "businessBlue", true, 0, 2, false};
         QTest::newRow("flavour as corrupt bytes") << SettingsRow{"[General]\ntarn.markdownFlavor=\"@ByteArray(gfm\\0\\xff)\"\n", "businessBlue", true, 0, 0, false};
         // clang-format on
     }
@@ -212,15 +173,21 @@ private slots:
         const QUrl url = h.file("a.md", "# A\n");
         h.model->openURLs({url}, false);
         h.model->rememberScroll(h.model->selectedDocument(), 640.5);
-        // A value JSON cannot hold changes the document but leaves the store as it was.
+        // A value JSON cannot hold changes the document but leaves the store as it was, and
+        // another file's position is still stored.
         h.model->rememberScroll(h.model->selectedDocument(), qQNaN());
+        QVERIFY(qIsNaN(h.model->selectedDocument()->scrollY()));
+        h.model->openURLs({h.file("b.md", "b")}, false);
+        h.model->rememberScroll(h.model->selectedDocument(), 720);
 
         ModelHarness next(readFile(h.path("settings.ini")));
         QCOMPARE(next.model->theme(), TarnTheme::warm);
         QVERIFY(!next.model->showOutline());
+        QCOMPARE(next.model->readPositions(),
+                 (QHash<QString, double>{{url.toLocalFile(), 640.5}, {h.path("b.md"), 720}}));
+        QCOMPARE(next.model->storedFiles(), h.model->storedFiles());
         next.model->openURLs({url}, false);
         QCOMPARE(next.model->selectedDocument()->scrollY(), 640.5);
-        QCOMPARE(next.model->storedFiles(), h.model->storedFiles());
     }
 };
 

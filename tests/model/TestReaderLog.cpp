@@ -1,7 +1,8 @@
-// Operations the reader and the menus call (links, the search state, HTML and PDF export) and
+// Operations the reader and the menus call (links, the editing place, HTML and PDF export) and
 // the usage log they write: line format, rotation at the size limit, revealing, many threads.
 #include "ModelTestSupport.h"
 
+#include "DocumentExporter.h"
 #include "MarkdownRenderer.h"
 
 #include <QDir>
@@ -10,7 +11,6 @@
 #include <thread>
 #include <vector>
 
-using SearchReport = std::tuple<int, int, int, int>; // current and total; then count and index
 using Link = std::tuple<QString, QString, QString>;
 using LineRow = std::tuple<QString, QMap<QString, QString>, QByteArray>;
 using EnvRow = std::tuple<QString, QString, QString, QString>;
@@ -23,50 +23,6 @@ class TestReaderLog : public QObject
     Q_OBJECT
 
 private slots:
-    void searchState()
-    {
-        ModelHarness h;
-        QSignalSpy countSpy(h.model.get(), &AppModel::searchResultCountChanged);
-        QSignalSpy indexSpy(h.model.get(), &AppModel::currentSearchResultIndexChanged);
-        // Reports are clamped to the hits; the same report again wakes nobody.
-        const QList<SearchReport> reports{{0, 5, 5, 1}, {9, 5, 5, 5}, {9, 5, 5, 5}, {3, -2, 0, 0}};
-        for (const auto &[current, total, count, index] : reports) {
-            h.model->updateSearchResults(current, total);
-            QCOMPARE(h.model->searchResultCount(), count);
-            QCOMPARE(h.model->currentSearchResultIndex(), index);
-        }
-        QCOMPARE(countSpy.count() + indexSpy.count(), 5);
-
-        // Moving to the next hit needs a document, a query that is not blank, and a hit.
-        const auto step = [&] {
-            h.model->navigateSearch(SearchNavigationDirection::next);
-            return h.model->searchNavigationRequest();
-        };
-        h.model->setSearchQuery("tarn");
-        h.model->updateSearchResults(1, 3);
-        QVERIFY(!step());
-        h.model->openURLs({h.file("a.md", "tarn")}, false);
-        h.model->setSearchQuery(" \n\t");
-        h.model->updateSearchResults(1, 3);
-        QVERIFY(!step());
-        h.model->setSearchQuery("tarn");
-        QVERIFY(!step());
-        h.model->updateSearchResults(1, 3);
-        const SearchNavigationRequest first = step().value();
-        QVERIFY(step().value() != first); // same direction, new request
-
-        // Results are forgotten when the query changes, and only then.
-        h.model->setSearchQuery("tarn");
-        QCOMPARE(h.model->searchResultCount(), 3);
-        h.model->setSearchQuery("tar");
-        QCOMPARE(h.model->searchResultCount(), 0);
-        QVERIFY(!h.model->searchNavigationRequest());
-        h.model->updateSearchResults(1, 1);
-        h.model->clearSearch();
-        QCOMPARE(h.model->searchQuery(), QString());
-        QCOMPARE(h.model->searchResultCount(), 0);
-    }
-
     // Switching between reading and editing keeps the place: the editor opens with the first
     // line of the first block on screen at its top (the current heading's line when the reader
     // has not told which block that is), and reading comes back at the last heading at or above the
@@ -203,7 +159,9 @@ private slots:
             QCOMPARE(request.outputURL, h.url("guide.pdf"));
             std::thread([&] { request.completion({ok, ok ? QString() : "磁盘已满"}); }).join();
             QCOMPARE(h.events().last(), QStringLiteral("export.pdf.start"));
+            QCOMPARE(h.model->exporter().pendingPdfExports(), 1);
             QTRY_COMPARE(h.events().last(), ok ? "export.pdf.success" : "export.pdf.failure");
+            QCOMPARE(h.model->exporter().pendingPdfExports(), 0);
             QCOMPARE(h.model->alert().value_or(AppAlert()).message, ok ? "" : "磁盘已满");
         }
         h.platform.savePanelAnswers = {h.url("no/such/a.html")};
