@@ -21,6 +21,3 @@ struct ScriptOutcome
 void evaluateScript(QWebEnginePage *page, const QString &script, QObject *context,
                     std::function<void(const ScriptOutcome &)> callback);
 
-// How the host reads a readiness answer: a boolean as it is, a number as true when non-zero,
-// anything else (no value included) as ready.
-bool isReadyResult(const QVariant &value);
