@@ -243,8 +243,9 @@ private slots:
         QTRY_COMPARE(grab(lazy.view.get()), grab(&whole));
     }
 
-    // Each written page is reported once: ready only when its diagrams, math and code colours
-    // are done, and never on the strength of an answer the page made up or repeated.
+    // Each written page is reported once: ready only when the reader script has started up and
+    // the standard flavour's math and code colours are done, and never on the strength of an
+    // answer the page made up or repeated.
     void readinessIsReportedOnce_data()
     {
         using enum PageReadiness::Outcome;
@@ -257,17 +258,28 @@ private slots:
             "Object.defineProperty(window, 'webkit', { value: { messageHandlers: { tarn: {\n"
             "  postMessage(message) { tarn.postMessage(message); tarn.postMessage(message); }\n"
             "} } } });";
-        // A page that is never ready but says so without the host's token.
+        // A reader script whose start-up ends a while after the page is written.
+        const QString late =
+            "let startup;\n"
+            "Object.defineProperty(window, 'tarnReady', { get: () => startup, set(promise) {\n"
+            "  startup = promise.then((value) => new Promise((resolve) => setTimeout(() => {\n"
+            "    window.lateStartupDone = true;\n"
+            "    resolve(value);\n"
+            "  }, 300)));\n"
+            "} });\n"
+            "Object.defineProperty(window, 'tarnReadyDone', {\n"
+            "  get: () => window.lateStartupDone === true, set() {} });";
+        // A page that is never ready, but says so, without the host's token, as it is asked.
         const QString forged =
-            "Object.defineProperty(window, 'tarnReady', { get: () => new Promise(() => {}), "
-            "set() {} });\n"
-            "Object.defineProperty(window, 'tarnReadyDone', { get: () => false, set() {} });\n"
-            "setInterval(() => {\n"
-            "  webkit.messageHandlers.tarn.postMessage({ type: 'ready' });\n"
-            "  webkit.messageHandlers.tarn.postMessage({ type: 'ready', token: 'guessed' });\n"
-            "}, 50);";
+            "const tarn = window.webkit.messageHandlers.tarn;\n"
+            "Object.defineProperty(window, 'tarnReady', { get() {\n"
+            "  tarn.postMessage({ type: 'ready' });\n"
+            "  tarn.postMessage({ type: 'ready', token: 'guessed' });\n"
+            "  return new Promise(() => {});\n"
+            "}, set() {} });\n"
+            "Object.defineProperty(window, 'tarnReadyDone', { get: () => false, set() {} });";
         // clang-format off
-        QTest::newRow("diagrams drawn") << ReadinessRow{render("```mermaid\ngraph TD\n  A --> B\n```\n"), 8000, Ready, "document.querySelector('.mermaid-diagram.is-rendered') !== null"};
+        QTest::newRow("startup done") << ReadinessRow{withHeadScript(render("text"), late), 8000, Ready, "window.lateStartupDone === true"};
         QTest::newRow("math and code colours done") << ReadinessRow{standardPage(mathAndCode), 8000, Ready, "document.querySelector('.katex') !== null && document.querySelectorAll('pre > code.hljs').length === 400"};
         QTest::newRow("answer repeated") << ReadinessRow{withHeadScript(render("text"), twice), 8000, Ready, "true"};
         QTest::newRow("answers made up") << ReadinessRow{withHeadScript(render("text"), forged), 500, TimedOut, "true"};
