@@ -20,4 +20,3 @@ struct ScriptOutcome
 // runs on the main thread, and only while `context` is alive.
 void evaluateScript(QWebEnginePage *page, const QString &script, QObject *context,
                     std::function<void(const ScriptOutcome &)> callback);
-
