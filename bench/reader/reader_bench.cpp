@@ -132,6 +132,7 @@ void BM_PdfTwoHundredKilobytesTenDiagrams(benchmark::State &state)
     const QString html = page(200'000, 10);
     QTemporaryDir folder;
     const QUrl output = QUrl::fromLocalFile(folder.filePath(QStringLiteral("bench.pdf")));
+    QObject exports;
     for (auto _ : state) {
         bool done = false;
         bool ok = false;
@@ -141,7 +142,7 @@ void BM_PdfTwoHundredKilobytesTenDiagrams(benchmark::State &state)
                 done = true;
                 ok = result.ok;
             },
-            nullptr);
+            nullptr, &exports);
         if (!spinUntil([&] { return done; }) || !ok) {
             state.SkipWithError("the export failed");
             break;

@@ -8,7 +8,6 @@
 #include "TextFileReader.h"
 #include "WebEngineProcess.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -17,6 +16,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSaveFile>
+
+#include <algorithm>
+#include <chrono>
 
 namespace TarnCommandLine {
 namespace {
@@ -84,6 +86,26 @@ bool samePath(const QString &a, const QString &b)
 QString documentFolder(const QString &input)
 {
     return input == QLatin1String("-") ? QDir::currentPath() : QFileInfo(input).absolutePath();
+}
+
+// How long one PDF may take: TARN_PDF_TIMEOUT seconds when set to a positive number.
+TarnPDFExporter::Deadlines pdfDeadlines(FILE *err)
+{
+    TarnPDFExporter::Deadlines deadlines;
+    const QString text = qEnvironmentVariable("TARN_PDF_TIMEOUT");
+    if (text.isEmpty())
+        return deadlines;
+    bool ok = false;
+    const double seconds = text.toDouble(&ok);
+    if (!ok || !(seconds > 0) || seconds > 24 * 3600) {
+        print(err, QStringLiteral("tarn: ignoring TARN_PDF_TIMEOUT=\"%1\": not a number of "
+                                  "seconds\n")
+                       .arg(text));
+        return deadlines;
+    }
+    deadlines.whole = std::chrono::milliseconds(qint64(seconds * 1000));
+    deadlines.ready = std::min(deadlines.ready, deadlines.whole / 2);
+    return deadlines;
 }
 
 QString outputName(const QString &input, const QString &extension)
@@ -272,6 +294,7 @@ int runPdfExport(const Options &options, FILE *err)
         print(err, QStringLiteral("tarn: %1\n").arg(error));
         return status;
     }
+    const TarnPDFExporter::Deadlines deadlines = pdfDeadlines(err);
     int status = 0;
     for (const Job &job : std::as_const(jobs)) {
         const InputText text = readInput(job.input);
@@ -285,19 +308,22 @@ int runPdfExport(const Options &options, FILE *err)
         PdfExportResult result;
         bool finished = false;
         QEventLoop loop;
-        TarnPDFExporter::exportPdf(
-            toQString(page.html), QUrl::fromLocalFile(documentFolder(job.input) + u'/'),
-            QUrl::fromLocalFile(QFileInfo(job.output).absoluteFilePath()),
-            [&](const PdfExportResult &outcome) {
-                result = outcome;
-                finished = true;
-                loop.quit();
-            },
-            nullptr);
-        if (!finished)
-            loop.exec();
-        // The exporter and its view go away now, before the engine shuts down.
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        {
+            // The exporter and its view go away with this scope, before the engine shuts down;
+            // its deadline makes sure the loop ends even when the engine never answers.
+            QObject exports;
+            TarnPDFExporter::exportPdf(
+                toQString(page.html), QUrl::fromLocalFile(documentFolder(job.input) + u'/'),
+                QUrl::fromLocalFile(QFileInfo(job.output).absoluteFilePath()),
+                [&](const PdfExportResult &outcome) {
+                    result = outcome;
+                    finished = true;
+                    loop.quit();
+                },
+                nullptr, &exports, deadlines);
+            if (!finished)
+                loop.exec();
+        }
         if (!result.ok) {
             print(err, QStringLiteral("tarn: %1: cannot write \"%2\": %3\n")
                            .arg(job.input, job.output, result.errorString));

@@ -3,7 +3,6 @@
 #include "MarkdownWebView.h"
 
 #include "ReaderScripts.h"
-#include "ScriptEvaluation.h"
 #include "TarnWebView.h"
 
 #include <QLocale>
@@ -61,6 +60,16 @@ TarnWebView *MarkdownWebViewCoordinator::makeView(const MarkdownWebView &value,
     connect(&view->loader(), &ReaderPageLoader::pageLoaded, this, [this, weakView] {
         if (weakView)
             didFinish(weakView.get());
+    });
+    // Whatever the outcome, the page is used as it is now: a failed check or a page that never
+    // says it is ready would not be helped by waiting longer.
+    connect(&view->readiness(), &PageReadiness::finished, this, [this, weakView] {
+        if (!weakView)
+            return;
+        later(this, [this, weakView, loadNumber = weakView->loadCount()] {
+            if (weakView && weakView->loadCount() == loadNumber)
+                didBecomeReady(weakView.get());
+        });
     });
     connect(view->page(), &QWebEnginePage::renderProcessTerminated, this,
             [this, weakView](QWebEnginePage::RenderProcessTerminationStatus status) {
@@ -126,6 +135,7 @@ void MarkdownWebViewCoordinator::dismantleView(TarnWebView *view)
 {
     disconnect(&view->messageChannel(), nullptr, this, nullptr);
     disconnect(&view->loader(), nullptr, this, nullptr);
+    disconnect(&view->readiness(), nullptr, this, nullptr);
 }
 
 void MarkdownWebViewCoordinator::didFinish(TarnWebView *view)
@@ -134,66 +144,26 @@ void MarkdownWebViewCoordinator::didFinish(TarnWebView *view)
     // light here; the host gives the root element the window's appearance instead.
     if (m_parent.darkAppearance)
         view->evaluate(QStringLiteral("document.documentElement.style.colorScheme = \"dark\";"));
-    const ViewGuard weakView(view);
-    waitForTarnReady(view, readinessAttempts, [this, weakView] {
-        if (!weakView)
-            return;
-        TarnWebView *loaded = weakView.get();
-        m_readyLoadCount = loaded->loadCount();
-        const QString query = m_parent.searchQuery;
-        loaded->setLastSearchQuery(query);
-        const bool searching = isSearchable(query);
-        // An empty query is applied too: the page then reports 0 of 0.
-        applySearch(loaded, query, searching);
-        // A heading jump wins over the first hit, which wins over the remembered position.
-        if (m_pendingHeadingID) {
-            loaded->setPendingInitialScrollY(0);
-            scrollToHeading(loaded, *std::exchange(m_pendingHeadingID, std::nullopt));
-        } else if (!searching && loaded->pendingInitialScrollY() > 0) {
-            const double y = loaded->pendingInitialScrollY();
-            loaded->setPendingInitialScrollY(0);
-            loaded->evaluate(restorePositionScript(y));
-        }
-        emit pageReady(loaded);
-    });
 }
 
-void MarkdownWebViewCoordinator::waitForTarnReady(TarnWebView *view, int attemptsRemaining,
-                                                  std::function<void()> completion)
+void MarkdownWebViewCoordinator::didBecomeReady(TarnWebView *view)
 {
-    waitForTarnReady(view, attemptsRemaining, view->loadCount(), std::move(completion));
-}
-
-void MarkdownWebViewCoordinator::waitForTarnReady(TarnWebView *view, int attemptsRemaining,
-                                                  int loadNumber, std::function<void()> completion)
-{
-    const ViewGuard weakView(view);
-    // A newer load has its own wait; this one would only act on the wrong page.
-    auto current = [weakView, loadNumber] {
-        return weakView && weakView->loadCount() == loadNumber;
-    };
-    evaluateScript(view->page(), QString::fromLatin1(ReaderScripts::readinessTest), this,
-                   [this, weakView, current, attemptsRemaining, loadNumber,
-                    completion = std::move(completion)](const ScriptOutcome &outcome) {
-                       if (!current())
-                           return;
-                       // A failed evaluation counts as ready: waiting longer would not help.
-                       const bool ready = !outcome.ok || isReadyResult(outcome.value);
-                       if (ready || attemptsRemaining < 1) {
-                           later(this, [current, completion] {
-                               if (current())
-                                   completion();
-                           });
-                           return;
-                       }
-                       QTimer::singleShot(
-                           readinessIntervalMs, this,
-                           [this, weakView, current, attemptsRemaining, loadNumber, completion] {
-                               if (current())
-                                   waitForTarnReady(weakView.get(), attemptsRemaining - 1,
-                                                    loadNumber, completion);
-                           });
-                   });
+    m_readyLoadCount = view->loadCount();
+    const QString query = m_parent.searchQuery;
+    view->setLastSearchQuery(query);
+    const bool searching = isSearchable(query);
+    // An empty query is applied too: the page then reports 0 of 0.
+    applySearch(view, query, searching);
+    // A heading jump wins over the first hit, which wins over the remembered position.
+    if (m_pendingHeadingID) {
+        view->setPendingInitialScrollY(0);
+        scrollToHeading(view, *std::exchange(m_pendingHeadingID, std::nullopt));
+    } else if (!searching && view->pendingInitialScrollY() > 0) {
+        const double y = view->pendingInitialScrollY();
+        view->setPendingInitialScrollY(0);
+        view->evaluate(restorePositionScript(y));
+    }
+    emit pageReady(view);
 }
 
 void MarkdownWebViewCoordinator::syncSearch(TarnWebView *view, const QString &query)

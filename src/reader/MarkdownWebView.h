@@ -53,9 +53,6 @@ class MarkdownWebViewCoordinator : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int readinessAttempts = 80;
-    static constexpr int readinessIntervalMs = 100;
-
     explicit MarkdownWebViewCoordinator(QObject *parent = nullptr);
 
     // A new view that receives this coordinator's page messages and loads `value`'s page.
@@ -71,8 +68,6 @@ public:
     // The heading the page last reported since its last load, empty when none.
     const QString &lastReportedHeadingID() const { return m_lastReportedHeadingID; }
 
-    void waitForTarnReady(TarnWebView *view, int attemptsRemaining,
-                          std::function<void()> completion);
     void syncSearch(TarnWebView *view, const QString &query);
     void applySearch(TarnWebView *view, const QString &query, bool scrollToFirst);
     void moveSearch(TarnWebView *view, SearchNavigationDirection direction);
@@ -96,8 +91,8 @@ signals:
 
 private:
     void didFinish(TarnWebView *view);
-    void waitForTarnReady(TarnWebView *view, int attemptsRemaining, int loadNumber,
-                          std::function<void()> completion);
+    // Restores search, a heading jump or the position once the page has said it is ready.
+    void didBecomeReady(TarnWebView *view);
     void receive(const QVariantMap &body);
 
     void reloadAfterCrash(TarnWebView *view);

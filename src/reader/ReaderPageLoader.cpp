@@ -107,6 +107,7 @@ QUrl ReaderPageLoader::folderBaseURL(const QUrl &url)
 
 void ReaderPageLoader::load(const QString &html, const QUrl &baseURL)
 {
+    emit loadStarted();
     if (!m_page)
         return;
     ++m_loadNumber;

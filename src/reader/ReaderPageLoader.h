@@ -36,6 +36,8 @@ public:
     static QUrl folderBaseURL(const QUrl &url);
 
 signals:
+    // A new load began: whatever the last one was waiting for is moot.
+    void loadStarted();
     // The page has been written and its inline scripts have run; images may still be loading.
     void pageLoaded();
     void pageLoadFailed(const QString &errorString);

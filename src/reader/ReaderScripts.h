@@ -8,7 +8,8 @@ namespace ReaderScripts {
 // True once the page's resources are in (images with their sizes, so positions and heights are
 // final) and the reader script has finished starting up; pages without the script need only
 // the former. A page written into its shell can report "complete" early, so images are asked
-// one by one.
+// one by one. The host waits for the same through PageReadiness; a page opened without the host
+// (an exported file) can only be asked.
 inline constexpr char readinessTest[] =
     "document.readyState === \"complete\" &&\n"
     "  Array.from(document.images).every((image) => image.complete) &&\n"

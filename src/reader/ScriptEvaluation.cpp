@@ -46,20 +46,3 @@ void evaluateScript(QWebEnginePage *page, const QString &script, QObject *contex
         callback(outcome);
     });
 }
-
-bool isReadyResult(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-        return value.toBool();
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return value.toDouble() != 0.0;
-    default:
-        return true;
-    }
-}

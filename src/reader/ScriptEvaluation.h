@@ -20,7 +20,3 @@ struct ScriptOutcome
 // runs on the main thread, and only while `context` is alive.
 void evaluateScript(QWebEnginePage *page, const QString &script, QObject *context,
                     std::function<void(const ScriptOutcome &)> callback);
-
-// How the host reads a readiness answer: a boolean as it is, a number as true when non-zero,
-// anything else (no value included) as ready.
-bool isReadyResult(const QVariant &value);

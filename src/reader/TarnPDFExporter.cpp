@@ -1,9 +1,10 @@
-// Loads the page off screen, waits for its diagrams, measures it and prints it as one page.
+// Loads the page off screen, waits for it to say it is ready, measures it and prints it.
 #include "TarnPDFExporter.h"
 
 #include "ReaderPageLoader.h"
 #include "ReaderScripts.h"
 #include "ScriptEvaluation.h"
+#include "TarnMessageChannel.h"
 #include "TarnUsageLogger.h"
 
 #include <QPageRanges>
@@ -18,18 +19,13 @@
 #include <algorithm>
 #include <cmath>
 #include <string_view>
+#include <utility>
 
 namespace TarnEmbedded {
 std::string_view pdfLayoutUtf8();
 }
 
 namespace {
-
-QList<TarnPDFExporter *> &exporters()
-{
-    static QList<TarnPDFExporter *> list;
-    return list;
-}
 
 // Fits the exporter's copy of the page to paper and splits it into pages (pdf-layout.js).
 QString pageLayoutCall(const QString &call)
@@ -60,17 +56,15 @@ bool isNumber(const QVariant &value)
 
 } // namespace
 
-void TarnPDFExporter::exportPdf(const QString &html, const QUrl &baseURL, const QUrl &outputURL,
-                                Completion completion, TarnUsageLogger *logger)
+TarnPDFExporter *TarnPDFExporter::exportPdf(const QString &html, const QUrl &baseURL,
+                                            const QUrl &outputURL, Completion completion,
+                                            TarnUsageLogger *logger, QObject *owner,
+                                            Deadlines deadlines)
 {
-    auto *exporter = new TarnPDFExporter(html, baseURL, outputURL, std::move(completion), logger);
-    exporters().append(exporter);
-    exporter->start();
-}
-
-const QList<TarnPDFExporter *> &TarnPDFExporter::activeExporters()
-{
-    return exporters();
+    auto *exporter =
+        new TarnPDFExporter(html, baseURL, outputURL, std::move(completion), logger, owner);
+    exporter->start(deadlines);
+    return exporter;
 }
 
 QPageLayout TarnPDFExporter::pageLayout(double width, double height)
@@ -83,8 +77,9 @@ QPageLayout TarnPDFExporter::pageLayout(double width, double height)
 }
 
 TarnPDFExporter::TarnPDFExporter(const QString &html, const QUrl &baseURL, const QUrl &outputURL,
-                                 Completion completion, TarnUsageLogger *logger)
-    : m_html(html)
+                                 Completion completion, TarnUsageLogger *logger, QObject *owner)
+    : QObject(owner)
+    , m_html(html)
     , m_baseURL(baseURL)
     , m_outputURL(outputURL)
     , m_completion(std::move(completion))
@@ -93,10 +88,15 @@ TarnPDFExporter::TarnPDFExporter(const QString &html, const QUrl &baseURL, const
 
 TarnPDFExporter::~TarnPDFExporter()
 {
-    exporters().removeOne(this);
+    complete({false, QStringLiteral("导出在完成前被中止。")});
 }
 
-void TarnPDFExporter::start()
+QWebEnginePage *TarnPDFExporter::page() const
+{
+    return m_webView ? m_webView->page() : nullptr;
+}
+
+void TarnPDFExporter::start(Deadlines deadlines)
 {
     m_webView = std::make_unique<QWebEngineView>();
     // Shown to the engine but never on screen: a hidden page would not lay out at this size.
@@ -105,9 +105,19 @@ void TarnPDFExporter::start()
     m_webView->resize(pageWidth, minimumPageHeight);
     m_webView->show();
 
+    m_wholeDeadline.setSingleShot(true);
+    connect(&m_wholeDeadline, &QTimer::timeout, this, [this] {
+        finish({false, QStringLiteral("网页引擎没有在 %1 秒内完成导出。")
+                           .arg(double(m_wholeDeadline.interval()) / 1000)});
+    });
+    m_wholeDeadline.start(deadlines.whole);
+
     m_loader = new ReaderPageLoader(m_webView->page(), this);
-    connect(m_loader, &ReaderPageLoader::pageLoaded, this,
-            [this] { waitForReadyAndExport(readinessAttempts); });
+    // The page's readiness arrives as a message; everything else it posts is not listened to.
+    auto *channel = new TarnMessageChannel(m_webView->page(), m_loader);
+    m_readiness = new PageReadiness(m_loader, channel, this);
+    m_readiness->setDeadline(deadlines.ready);
+    connect(m_readiness, &PageReadiness::finished, this, &TarnPDFExporter::didBecomeReady);
     connect(m_loader, &ReaderPageLoader::pageLoadFailed, this, [this](const QString &error) {
         finish({false, error});
     });
@@ -115,32 +125,15 @@ void TarnPDFExporter::start()
     m_html.clear();
 }
 
-void TarnPDFExporter::waitForReadyAndExport(int attemptsRemaining)
+void TarnPDFExporter::didBecomeReady(PageReadiness::Outcome outcome, const QString &error)
 {
-    evaluateScript(m_webView->page(), QString::fromLatin1(ReaderScripts::readinessTest), this,
-                   [this, attemptsRemaining](const ScriptOutcome &outcome) {
-                       if (m_completed)
-                           return;
-                       if (!outcome.ok) {
-                           log(QStringLiteral("export.pdf.ready_check_failed"),
-                               outcome.errorString);
-                           measureAndExport();
-                           return;
-                       }
-                       // The last test always counts as a timeout, even when it says ready.
-                       if (attemptsRemaining <= 0) {
-                           log(QStringLiteral("export.pdf.ready_timeout"));
-                           measureAndExport();
-                           return;
-                       }
-                       if (isReadyResult(outcome.value)) {
-                           measureAndExport();
-                           return;
-                       }
-                       QTimer::singleShot(readinessIntervalMs, this, [this, attemptsRemaining] {
-                           waitForReadyAndExport(attemptsRemaining - 1);
-                       });
-                   });
+    if (m_completed)
+        return;
+    if (outcome == PageReadiness::Outcome::CheckFailed)
+        log(QStringLiteral("export.pdf.ready_check_failed"), error);
+    else if (outcome == PageReadiness::Outcome::TimedOut)
+        log(QStringLiteral("export.pdf.ready_timeout"));
+    measureAndExport();
 }
 
 void TarnPDFExporter::measureAndExport()
@@ -215,12 +208,19 @@ void TarnPDFExporter::finish(const PdfExportResult &result)
 {
     if (m_completed)
         return;
-    m_completed = true;
-    if (m_completion)
-        m_completion(result);
-    exporters().removeOne(this);
+    complete(result);
     // The view may be in the middle of delivering this very callback; release it afterwards.
     deleteLater();
+}
+
+void TarnPDFExporter::complete(const PdfExportResult &result)
+{
+    if (m_completed)
+        return;
+    m_completed = true;
+    m_wholeDeadline.stop();
+    if (const Completion completion = std::exchange(m_completion, nullptr))
+        completion(result);
 }
 
 void TarnPDFExporter::log(const QString &event, const std::optional<QString> &error)

@@ -9,5 +9,5 @@ void TarnPdfExportService::exportPdf(const QString &html, const QUrl &baseURL,
                                      std::function<void(const PdfExportResult &)> completion)
 {
     TarnPDFExporter::exportPdf(html, baseURL, outputURL, std::move(completion),
-                               &TarnUsageLogger::shared());
+                               &TarnUsageLogger::shared(), &m_exports);
 }

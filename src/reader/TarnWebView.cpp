@@ -61,6 +61,7 @@ TarnWebView::TarnWebView(QWidget *parent)
     m_loader = new ReaderPageLoader(m_page, this);
     m_loader->setLazyLayout(true);
     m_channel = new TarnMessageChannel(m_page, this);
+    m_readiness = new PageReadiness(m_loader, m_channel, this);
     setAcceptDrops(false);
     // A new document starts at the engine's default zoom; put the reader's back at once.
     connect(m_loader, &ReaderPageLoader::pageLoaded, this, &TarnWebView::applyZoom);

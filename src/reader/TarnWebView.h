@@ -1,6 +1,7 @@
 // The reader's web view: remembers what it was given, keeps its zoom, and never leaves its page.
 #pragma once
 
+#include "PageReadiness.h"
 #include "ReaderPageLoader.h"
 #include "TarnMessageChannel.h"
 
@@ -40,6 +41,8 @@ public:
 
     ReaderPageLoader &loader() { return *m_loader; }
     TarnMessageChannel &messageChannel() { return *m_channel; }
+    // Reports once per written page that it is ready, or that the deadline passed.
+    PageReadiness &readiness() { return *m_readiness; }
     TarnReaderPage &readerPage() { return *m_page; }
 
     // Replaces the page; relative references resolve against `baseURL` when there is one.
@@ -81,6 +84,7 @@ private:
     TarnReaderPage *m_page;
     ReaderPageLoader *m_loader;
     TarnMessageChannel *m_channel;
+    PageReadiness *m_readiness;
     QString m_lastHTML;
     QString m_lastSearchQuery;
     std::optional<QUuid> m_lastSearchNavigationRequestID;

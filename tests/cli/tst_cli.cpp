@@ -247,6 +247,29 @@ private slots:
         QVERIFY(!QFileInfo::exists(m_dir->filePath("logs/tarn.log")));
     }
 
+    // A web engine that never answers (its page process never starts) does not keep a PDF
+    // conversion waiting: it ends with a message and status 1 once its time is up.
+    void pdfEndsWhenTheEngineDoesNot()
+    {
+        write("doc.md", "# Heading\n");
+        write("stalled-renderer",
+              "#!/bin/sh\nwhile kill -0 $PPID 2>/dev/null; do sleep 0.2; done\n");
+        QVERIFY(QFile::setPermissions(m_dir->filePath("stalled-renderer"),
+                                      QFile::ReadOwner | QFile::ExeOwner));
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("QT_QPA_PLATFORM", "offscreen");
+        environment.insert("QTWEBENGINE_DISABLE_SANDBOX", "1");
+        environment.insert("QTWEBENGINE_CHROMIUM_FLAGS",
+                           "--renderer-cmd-prefix=" + m_dir->filePath("stalled-renderer"));
+        environment.insert("TARN_PDF_TIMEOUT", "1");
+        const Run result = run({"--export", "pdf", "doc.md"}, {}, environment);
+        QCOMPARE(result.exitCode, 1);
+        QVERIFY2(QString::fromUtf8(result.err)
+                     .startsWith("tarn: doc.md: cannot write \"./doc.pdf\": 网页引擎没有在 1 秒内"),
+                 result.err.constData());
+        QVERIFY(!QFileInfo::exists(m_dir->filePath("doc.pdf")));
+    }
+
     void diagramLibraryInlinedOnceOrLeftOut()
     {
         QTemporaryDir empty;

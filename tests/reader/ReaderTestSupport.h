@@ -80,6 +80,7 @@ public:
         html = page;
         coordinator = new MarkdownWebViewCoordinator;
         view.reset(coordinator->makeView(value()));
+        view->readiness().setDeadline(readinessDeadline);
         coordinator->setParent(view.get());
         QObject::connect(&view->messageChannel(), &TarnMessageChannel::messageReceived, view.get(),
                          [this](const QVariantMap &body) {
@@ -119,6 +120,7 @@ public:
     QString searchQuery;
     std::optional<SearchNavigationRequest> request;
     double initialScrollY = 0;
+    std::chrono::milliseconds readinessDeadline = PageReadiness::defaultDeadline;
     QStringList calls;
     // The page's own search reports, "QUERY:CURRENT/TOTAL", before the bridge sorts them out.
     QStringList searchReports;

@@ -1,5 +1,4 @@
 // PDF export in the real web engine, checked with poppler's pdfinfo, pdftotext and pdftoppm.
-#include "ReaderPageLoader.h"
 #include "ReaderTestSupport.h"
 #include "TarnPDFExporter.h"
 #include "TarnUsageLogger.h"
@@ -7,6 +6,7 @@
 
 #include <QFileInfo>
 #include <QImage>
+#include <QPointer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -101,15 +101,18 @@ class ReaderPdfTest : public QObject
     qsizetype m_logSeen = 0;
     qsizetype m_completions = 0; // of the last export
 
+    QObject m_exports; // the exporters' owner
+
     // Exports a page based in the test folder and waits until the export is over.
-    PdfExportResult exportPdf(const QString &html, const QUrl &output)
+    PdfExportResult exportPdf(const QString &html, const QUrl &output,
+                              TarnPDFExporter::Deadlines deadlines = {})
     {
         auto done = std::make_shared<QList<PdfExportResult>>();
         TarnPDFExporter::exportPdf(
             html, QUrl::fromLocalFile(m_folder.path() + u'/'), output,
-            [done](const PdfExportResult &result) { done->append(result); }, &m_logger);
-        waitUntil([&] { return !done->isEmpty() && TarnPDFExporter::activeExporters().isEmpty(); },
-                  60000);
+            [done](const PdfExportResult &result) { done->append(result); }, &m_logger, &m_exports,
+            deadlines);
+        waitUntil([&] { return !done->isEmpty() && m_exports.children().isEmpty(); }, 60000);
         m_completions = done->size();
         return done->value(0, {false, QStringLiteral("not completed")});
     }
@@ -257,7 +260,7 @@ private slots:
         const auto &[script, event, error] = row;
         const QString path = m_folder.filePath(QStringLiteral("problem.pdf"));
         QVERIFY(exportPdf("<!doctype html><p>Printed anyway</p><script>" + script + "</script>",
-                          QUrl::fromLocalFile(path))
+                          QUrl::fromLocalFile(path), {.ready = std::chrono::milliseconds(500)})
                     .ok);
         QVERIFY(run("pdftotext", {path, "-"}).contains("Printed anyway"));
         // A short page, or one that could not be measured, is padded to the least height.
@@ -281,6 +284,7 @@ private slots:
         QTest::newRow("missing folder") << "file://%1/missing/out.pdf" << "";
         QTest::newRow("not a local file") << "https://example.com/out.pdf" << "“https://example.com/out.pdf”不是本地文件。";
         QTest::newRow("renderer ends while loading") << "file://%1/crash.pdf" << "页面的渲染进程意外结束。";
+        QTest::newRow("engine stops answering") << "file://%1/stopped.pdf" << "网页引擎没有在 1 秒内完成导出。";
         // clang-format on
     }
 
@@ -289,22 +293,52 @@ private slots:
         QFETCH(QString, output);
         QFETCH(QString, error);
         const QUrl url(output.replace(QStringLiteral("%1"), m_folder.path()));
-        const bool crash = error == QStringLiteral("页面的渲染进程意外结束。");
-        // A page big enough to be still loading when its renderer is killed.
+        // The renderer is killed, or stopped so that nothing ever answers, while the page, big
+        // enough to be still loading then, loads.
+        const int signal = error.startsWith(QStringLiteral("页面的渲染")) ? SIGKILL
+                           : error.startsWith(QStringLiteral("网页引擎")) ? SIGSTOP
+                                                                          : 0;
         const QString markdown =
-            crash ? QStringLiteral("Text that fills the page.\n\n").repeated(60000) : "text";
-        QTimer::singleShot(0, this, [crash] { // once the export has started
-            auto *loader =
-                TarnPDFExporter::activeExporters().constFirst()->findChild<ReaderPageLoader *>();
-            if (crash && waitUntil([loader] { return loader->page()->renderProcessPid() > 0; }))
-                ::kill(pid_t(loader->page()->renderProcessPid()), SIGKILL);
+            signal ? QStringLiteral("Text that fills the page.\n\n").repeated(60000) : "text";
+        auto renderer = std::make_shared<pid_t>(0);
+        QTimer::singleShot(0, this, [this, signal, renderer] { // once the export has started
+            QWebEnginePage *page = m_exports.findChild<TarnPDFExporter *>()->page();
+            if (signal && waitUntil([page] { return page->renderProcessPid() > 0; })) {
+                *renderer = pid_t(page->renderProcessPid());
+                ::kill(*renderer, signal);
+            }
         });
-        const PdfExportResult result = exportPdf(render(markdown), url);
+        TarnPDFExporter::Deadlines deadlines;
+        if (signal == SIGSTOP)
+            deadlines.whole = std::chrono::seconds(1);
+        const PdfExportResult result = exportPdf(render(markdown), url, deadlines);
+        if (signal == SIGSTOP)
+            ::kill(*renderer, SIGCONT);
         QVERIFY(!result.ok && !result.errorString.isEmpty());
         if (!error.isEmpty())
             QCOMPARE(result.errorString, error);
         QCOMPARE(m_completions, 1);
         QVERIFY(!QFileInfo(url.toLocalFile()).isFile());
+    }
+
+    // Quitting deletes the owner: the export stops, fails once, and takes its page with it.
+    void ownerEndsTheExport()
+    {
+        auto owner = std::make_unique<QObject>();
+        QList<PdfExportResult> results;
+        const QString path = m_folder.filePath(QStringLiteral("stopped.pdf"));
+        const QPointer<QWebEnginePage> page =
+            TarnPDFExporter::exportPdf(
+                render("text"), {}, QUrl::fromLocalFile(path),
+                [&results](const PdfExportResult &result) { results.append(result); }, nullptr,
+                owner.get())
+                ->page();
+        QVERIFY(page);
+        owner.reset();
+        QVERIFY(!page);
+        QCOMPARE(results.size(), 1);
+        QVERIFY(!results.first().ok && !results.first().errorString.isEmpty());
+        QVERIFY(!QFileInfo::exists(path));
     }
 };
 

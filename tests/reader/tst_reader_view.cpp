@@ -16,6 +16,23 @@ QString neverReady(const QString &markdown)
     return observed(markdown).replace("tarnReadyDone = true;", "tarnReadyDone = false;");
 }
 
+// The page of `markdown` with `script` run in its head, before the page's own scripts.
+QString withHeadScript(const QString &page, const QString &script)
+{
+    return QString(page).replace("<head>\n", "<head>\n<script>\n" + script + "\n</script>\n");
+}
+
+QString standardPage(const QString &markdown)
+{
+    return QString::fromStdU16String(MarkdownRenderer::render(markdown.toStdU16String(),
+                                                              TarnTheme::businessBlue, u"Tarn",
+                                                              MarkdownFlavor::gfm)
+                                         .html);
+}
+
+// page, readiness deadline (ms), outcome, what holds in the page when it is reported
+using ReadinessRow = std::tuple<QString, int, PageReadiness::Outcome, QString>;
+
 } // namespace
 
 // query, remembered position, scrollTo calls after the load, query has hits, page gets ready
@@ -136,6 +153,7 @@ private slots:
         BridgeHarness bridge;
         bridge.searchQuery = query;
         bridge.initialScrollY = remembered;
+        bridge.readinessDeadline = std::chrono::seconds(1);
         QVERIFY(bridge.show((ready ? observed : neverReady)(longDocument())));
         // The search is applied in every case, so its report marks the end of the restore.
         QTRY_COMPARE(bridge.calls.filter("search:").size(), 1);
@@ -225,8 +243,77 @@ private slots:
         QTRY_COMPARE(grab(lazy.view.get()), grab(&whole));
     }
 
-    // A reload while the previous page is still polled gets only the new page's state, once.
-    void reloadWhileThePreviousPageIsPolled()
+    // Each written page is reported once: ready only when the reader script has started up and
+    // the standard flavour's math and code colours are done, and never on the strength of an
+    // answer the page made up or repeated.
+    void readinessIsReportedOnce_data()
+    {
+        using enum PageReadiness::Outcome;
+        QTest::addColumn<ReadinessRow>("row");
+        const QString mathAndCode =
+            "$x^2$\n\n" + QString("```cpp\nint main() {}\n```\n\n").repeated(400);
+        // The page's own script wraps the channel: every message it carries arrives twice.
+        const QString twice =
+            "const tarn = window.webkit.messageHandlers.tarn;\n"
+            "Object.defineProperty(window, 'webkit', { value: { messageHandlers: { tarn: {\n"
+            "  postMessage(message) { tarn.postMessage(message); tarn.postMessage(message); }\n"
+            "} } } });";
+        // A reader script whose start-up ends a while after the page is written.
+        const QString late =
+            "let startup;\n"
+            "Object.defineProperty(window, 'tarnReady', { get: () => startup, set(promise) {\n"
+            "  startup = promise.then((value) => new Promise((resolve) => setTimeout(() => {\n"
+            "    window.lateStartupDone = true;\n"
+            "    resolve(value);\n"
+            "  }, 300)));\n"
+            "} });\n"
+            "Object.defineProperty(window, 'tarnReadyDone', {\n"
+            "  get: () => window.lateStartupDone === true, set() {} });";
+        // A page that is never ready, but says so, without the host's token, as it is asked.
+        const QString forged =
+            "const tarn = window.webkit.messageHandlers.tarn;\n"
+            "Object.defineProperty(window, 'tarnReady', { get() {\n"
+            "  tarn.postMessage({ type: 'ready' });\n"
+            "  tarn.postMessage({ type: 'ready', token: 'guessed' });\n"
+            "  return new Promise(() => {});\n"
+            "}, set() {} });\n"
+            "Object.defineProperty(window, 'tarnReadyDone', { get: () => false, set() {} });";
+        // clang-format off
+        QTest::newRow("startup done") << ReadinessRow{withHeadScript(render("text"), late), 8000, Ready, "window.lateStartupDone === true"};
+        QTest::newRow("math and code colours done") << ReadinessRow{standardPage(mathAndCode), 8000, Ready, "document.querySelector('.katex') !== null && document.querySelectorAll('pre > code.hljs').length === 400"};
+        QTest::newRow("answer repeated") << ReadinessRow{withHeadScript(render("text"), twice), 8000, Ready, "true"};
+        QTest::newRow("answers made up") << ReadinessRow{withHeadScript(render("text"), forged), 500, TimedOut, "true"};
+        QTest::newRow("readiness broken") << ReadinessRow{withHeadScript(render("text"), "Object.defineProperty(window, 'tarnReadyDone', { get() { throw new Error('broken'); }, set() {} });"), 8000, CheckFailed, "true"};
+        // clang-format on
+    }
+
+    void readinessIsReportedOnce()
+    {
+        QFETCH(ReadinessRow, row);
+        const auto &[page, deadline, outcome, holds] = row;
+        TarnWebView view;
+        view.readiness().setDeadline(std::chrono::milliseconds(deadline));
+        QSignalSpy reports(&view.readiness(), &PageReadiness::finished);
+        // What holds in the page is read as soon as readiness is reported, before anything else.
+        auto held = std::make_shared<QVariant>();
+        connect(&view.readiness(), &PageReadiness::finished, this, [&view, holds, held] {
+            view.page()->runJavaScript(holds, [held](const QVariant &value) { *held = value; });
+        });
+        view.loadPage(page, std::nullopt);
+        QVERIFY(reports.wait(30000));
+        QCOMPARE(reports.constFirst().constFirst().value<PageReadiness::Outcome>(), outcome);
+        QTRY_VERIFY(held->isValid());
+        QCOMPARE(held->toBool(), true);
+        // Messages arrive in order: once a marker posted now is in, so is any second report.
+        QSignalSpy messages(&view.messageChannel(), &TarnMessageChannel::messageReceived);
+        view.evaluate("webkit.messageHandlers.tarn.postMessage({ type: 'marker' });");
+        QTRY_VERIFY(!messages.isEmpty() &&
+                    messages.constLast().constFirst().toMap().value("type") == "marker");
+        QCOMPARE(reports.size(), 1);
+    }
+
+    // A reload while the previous page is still waited for gets only the new page's state, once.
+    void reloadWhileThePreviousPageIsWaitedFor()
     {
         BridgeHarness bridge;
         bridge.initialScrollY = 700;
@@ -237,7 +324,7 @@ private slots:
         bridge.initialScrollY = 300;
         bridge.update();
         QVERIFY(ready.wait());
-        // The old wait polls every 0.1 s; had it acted on the new page, it would have by now.
+        // The old wait went with its load; had it acted on the new page, it would have by now.
         QVERIFY(bridge.sync());
         QCOMPARE(bridge.calls.filter("search:"), QStringList{"search:0/0"});
         QCOMPARE(bridge.eval("__scrollCalls").toList(), QVariantList{300});
