@@ -1,0 +1,200 @@
+// The editor's source colours: which format lands where, the state carried between lines, the
+// themes, large documents, and that colouring leaves the text and the undo stack alone.
+#include "EditorTestSupport.h"
+
+#include <MarkdownHighlighter.h>
+
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+
+namespace {
+
+// The format the highlighter put on one character.
+QTextCharFormat formatAt(const QTextBlock &block, int position)
+{
+    for (const QTextLayout::FormatRange &range : block.layout()->formats()) {
+        if (position >= range.start && position < range.start + range.length)
+            return range.format;
+    }
+    return {};
+}
+
+// Whether `actual` carries everything `expected` sets (it may carry more: a heading's marker
+// is bold from the heading and grey from the marker).
+bool carries(const QTextCharFormat &actual, const QTextCharFormat &expected)
+{
+    const auto properties = expected.properties();
+    for (auto it = properties.begin(); it != properties.end(); ++it) {
+        if (actual.property(it.key()) != it.value())
+            return false;
+    }
+    return !properties.isEmpty() || actual.properties().isEmpty();
+}
+
+QTextCharFormat roleFormat(const MarkdownSourceStyle &style, const QString &role)
+{
+    const std::pair<const char *, QTextCharFormat> roles[] = {
+        {"heading", style.heading},     {"emphasis", style.emphasis},
+        {"strong", style.strong},       {"strikethrough", style.strikethrough},
+        {"code", style.code},           {"fence", style.fence},
+        {"linkText", style.linkText},   {"linkAddress", style.linkAddress},
+        {"marker", style.marker},       {"listMarker", style.listMarker},
+        {"taskBox", style.taskBox},     {"quoteMarker", style.quoteMarker},
+        {"tablePipe", style.tablePipe}, {"html", style.html},
+        {"math", style.math},           {"frontMatter", style.frontMatter},
+        {"plain", QTextCharFormat()}};
+    for (const auto &[name, format] : roles) {
+        if (role == QLatin1String(name))
+            return format;
+    }
+    qFatal("unknown role");
+}
+
+} // namespace
+
+// text, line, position in the line, role expected there
+using ColourRow = std::tuple<QString, int, int, QString>;
+
+class SourceColoursTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void formatsAtPositions_data()
+    {
+        QTest::addColumn<ColourRow>("row");
+        const QString fenced = "```js\ncode *x*\n```\nafter *x*";
+        const QString frontMatter = "---\ntitle: x\n---\n# H";
+        const QString emphasis = "**bold** and *it* and ~~gone~~";
+        // clang-format off
+        QTest::newRow("heading text") << ColourRow{"## Title", 0, 4, "heading"};
+        QTest::newRow("heading marker") << ColourRow{"## Title", 0, 0, "marker"};
+        QTest::newRow("not a heading without the space") << ColourRow{"#Title", 0, 3, "plain"};
+        QTest::newRow("link text") << ColourRow{"see [text](http://a.b \"t\")", 0, 6, "linkText"};
+        QTest::newRow("link address") << ColourRow{"see [text](http://a.b \"t\")", 0, 13, "linkAddress"};
+        QTest::newRow("link bracket") << ColourRow{"see [text](http://a.b \"t\")", 0, 4, "marker"};
+        QTest::newRow("image alt") << ColourRow{"![alt](img.png)", 0, 3, "linkText"};
+        QTest::newRow("image address") << ColourRow{"![alt](img.png)", 0, 8, "linkAddress"};
+        QTest::newRow("reference label") << ColourRow{"[text][ref]", 0, 8, "linkAddress"};
+        QTest::newRow("link definition") << ColourRow{"[ref]: https://x.org", 0, 9, "linkAddress"};
+        QTest::newRow("autolink") << ColourRow{"go <https://x.org> now", 0, 6, "linkAddress"};
+        QTest::newRow("fence line") << ColourRow{fenced, 0, 1, "fence"};
+        QTest::newRow("fence carried to the next line") << ColourRow{fenced, 1, 6, "code"};
+        QTest::newRow("no emphasis inside a fence") << ColourRow{fenced, 1, 7, "code"};
+        QTest::newRow("after the closing fence") << ColourRow{fenced, 3, 7, "emphasis"};
+        QTest::newRow("backticks do not close a tilde fence") << ColourRow{"~~~\n```\nstill", 2, 1, "code"};
+        QTest::newRow("front matter") << ColourRow{frontMatter, 1, 2, "frontMatter"};
+        QTest::newRow("after front matter") << ColourRow{frontMatter, 3, 2, "heading"};
+        QTest::newRow("front matter only at the top") << ColourRow{"para\n---\nkey: v\n---", 2, 1, "plain"};
+        QTest::newRow("strong") << ColourRow{emphasis, 0, 3, "strong"};
+        QTest::newRow("emphasis") << ColourRow{emphasis, 0, 14, "emphasis"};
+        QTest::newRow("strikethrough") << ColourRow{emphasis, 0, 25, "strikethrough"};
+        QTest::newRow("snake_case is not emphasis") << ColourRow{"a snake_case_name", 0, 9, "plain"};
+        QTest::newRow("inline code") << ColourRow{"a `*x*` b", 0, 4, "code"};
+        QTest::newRow("list marker") << ColourRow{"- [x] done", 0, 0, "listMarker"};
+        QTest::newRow("task box") << ColourRow{"- [x] done", 0, 3, "taskBox"};
+        QTest::newRow("ordered list marker") << ColourRow{"12. item", 0, 1, "listMarker"};
+        QTest::newRow("quote marker") << ColourRow{"> > quoted", 0, 2, "quoteMarker"};
+        QTest::newRow("table pipe") << ColourRow{"| a | b |", 0, 4, "tablePipe"};
+        QTest::newRow("delimiter row pipe") << ColourRow{"a | b\n--|--", 1, 2, "tablePipe"};
+        QTest::newRow("pipe in code is no cell") << ColourRow{"| `a|b` |", 0, 4, "code"};
+        QTest::newRow("HTML tag") << ColourRow{"text <span class=x>y</span>", 0, 7, "html"};
+        QTest::newRow("HTML block carried") << ColourRow{"<div>\nhtml *x*\n</div>", 1, 6, "html"};
+        QTest::newRow("HTML block ends at a blank line") << ColourRow{"<div>\nx\n\n*y*", 3, 1, "emphasis"};
+        QTest::newRow("inline math") << ColourRow{"area $x^2$ here", 0, 7, "math"};
+        QTest::newRow("display math carried") << ColourRow{"$$\nx^2\n$$\nafter", 1, 1, "math"};
+        QTest::newRow("after display math") << ColourRow{"$$\nx^2\n$$\nafter", 3, 1, "plain"};
+        QTest::newRow("thematic break") << ColourRow{"a\n\n* * *", 2, 2, "marker"};
+        // clang-format on
+    }
+    void formatsAtPositions()
+    {
+        QFETCH(ColourRow, row);
+        const auto &[text, line, position, role] = row;
+        QPlainTextEdit edit;
+        auto *highlighter = new MarkdownHighlighter(&edit);
+        edit.setPlainText(text);
+        QTRY_VERIFY(highlighter->isUpToDate());
+        const QTextCharFormat actual = formatAt(edit.document()->findBlockByNumber(line), position);
+        QVERIFY2(carries(actual, roleFormat(highlighter->style(), role)),
+                 qPrintable(QStringLiteral("properties there: %1").arg(actual.propertyCount())));
+    }
+
+    // Each theme has its own colours, and switching colours the text again.
+    void themes()
+    {
+        QPlainTextEdit edit;
+        auto *highlighter = new MarkdownHighlighter(&edit);
+        edit.setPlainText("# Heading\n[a](b)");
+        QSet<QRgb> headingColours;
+        for (TarnTheme theme : TarnThemes::allCases) {
+            highlighter->setTheme(theme);
+            const QColor expected = markdownSourceStyle(theme).heading.foreground().color();
+            QTRY_COMPARE(formatAt(edit.document()->firstBlock(), 3).foreground().color(), expected);
+            headingColours.insert(expected.rgba());
+        }
+        QCOMPARE(headingColours.size(), 4);
+    }
+
+    // Colouring, recolouring and a theme switch leave the text, the undo steps and the saved
+    // state as they were.
+    void undoStackUntouched()
+    {
+        QPlainTextEdit edit;
+        edit.setPlainText("start\n");
+        edit.moveCursor(QTextCursor::End);
+        edit.insertPlainText("# Heading\n");
+        edit.insertPlainText("```\ncode\n```\n**strong** [a](b)");
+        QTextDocument *doc = edit.document();
+        doc->setModified(false);
+        const int undoSteps = doc->availableUndoSteps();
+        const QString text = doc->toPlainText();
+        QVERIFY(undoSteps > 0);
+
+        auto *highlighter = new MarkdownHighlighter(&edit);
+        highlighter->setTheme(TarnTheme::dark);
+        QTRY_VERIFY(highlighter->isUpToDate());
+        QVERIFY(carries(formatAt(doc->findBlockByNumber(1), 3), highlighter->style().heading));
+        QCOMPARE(doc->availableUndoSteps(), undoSteps);
+        QCOMPARE(doc->toPlainText(), text);
+        QVERIFY(!doc->isModified());
+        QVERIFY(doc->isUndoAvailable());
+        doc->undo();
+        QCOMPARE(doc->toPlainText(), "start\n# Heading\n");
+    }
+
+    // A long document is coloured in slices: loading returns before the last line is done, the
+    // screen is coloured at once wherever it is, and opening a fence at the top reaches the end.
+    void largeDocumentsInSlices()
+    {
+        QPlainTextEdit edit;
+        edit.resize(600, 400);
+        auto *highlighter = new MarkdownHighlighter(&edit);
+        edit.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&edit));
+        QString text;
+        for (int line = 0; line < 20000; ++line)
+            text += QStringLiteral("line %1 with *emphasis* and `code`\n").arg(line);
+        edit.setPlainText(text);
+        QVERIFY(!highlighter->isUpToDate());
+        QTextDocument *doc = edit.document();
+        const QTextBlock last = doc->lastBlock().previous();
+        const int inEmphasis = int(last.text().indexOf(u"emphasis"));
+        QVERIFY(!carries(formatAt(last, inEmphasis), highlighter->style().emphasis));
+        edit.moveCursor(QTextCursor::End);
+        QVERIFY(carries(formatAt(last, inEmphasis), highlighter->style().emphasis));
+        QTRY_VERIFY_WITH_TIMEOUT(highlighter->isUpToDate(), 20000);
+
+        QTextCursor top(doc);
+        top.insertText("```\n");
+        QVERIFY(!highlighter->isUpToDate());
+        QTRY_VERIFY_WITH_TIMEOUT(highlighter->isUpToDate(), 20000);
+        QVERIFY(carries(formatAt(last, inEmphasis), highlighter->style().code));
+        QVERIFY(!formatAt(last, inEmphasis).fontItalic());
+    }
+};
+
+EDITOR_TEST_RUNNER(SourceColoursTest, runSourceColoursTests)
+
+#include "SourceColoursTest.moc"
