@@ -25,30 +25,57 @@ MarkdownHighlighter::MarkdownHighlighter(QPlainTextEdit *view)
     , m_view(view)
     , m_style(markdownSourceStyle(TarnTheme::businessBlue))
 {
-    QTextDocument *doc = view->document();
-    // Take over from the base class: it would colour every block a change reaches, in one go.
-    // Its full pass runs here once with colouring refused, which only cancels the pending one.
-    disconnect(doc, nullptr, this, nullptr);
-    rehighlight();
-    connect(doc, &QTextDocument::contentsChange, this, &MarkdownHighlighter::onContentsChange);
-    connect(doc, &QTextDocument::contentsChanged, this, &MarkdownHighlighter::colourPendingEdit);
+    m_sliceTimer.setInterval(0);
+    connect(&m_sliceTimer, &QTimer::timeout, this, &MarkdownHighlighter::colourSlice);
     // The plain text edit moves its top line without always going through its scroll bar; its
     // update requests report every scroll.
     connect(view, &QPlainTextEdit::updateRequest, this, [this](const QRect &, int dy) {
         if (dy != 0)
             colourVisible();
     });
-    m_sliceTimer.setInterval(0);
-    connect(&m_sliceTimer, &QTimer::timeout, this, &MarkdownHighlighter::colourSlice);
+    attach();
+}
+
+void MarkdownHighlighter::attach()
+{
+    QTextDocument *doc = m_view->document();
+    if (document() != doc)
+        setDocument(doc);
+    // Take over from the base class: it would colour every block a change reaches, in one go.
+    // Its full pass runs here once with colouring refused, which only cancels the pending one.
+    disconnect(doc, nullptr, this, nullptr);
+    rehighlight();
+    connect(doc, &QTextDocument::contentsChange, this, &MarkdownHighlighter::onContentsChange);
+    connect(doc, &QTextDocument::contentsChanged, this, &MarkdownHighlighter::colourPendingEdit);
     m_blockCount = doc->blockCount();
     markStale(0, m_blockCount - 1);
+    colourVisible();
     scheduleSlices();
+}
+
+void MarkdownHighlighter::setEnabled(bool enabled)
+{
+    if (enabled == m_enabled || !m_view)
+        return;
+    m_enabled = enabled;
+    if (enabled) {
+        attach();
+        return;
+    }
+    m_sliceTimer.stop();
+    m_staleFrom = 0;
+    m_staleTo = -1;
+    QTextDocument *doc = document();
+    disconnect(doc, nullptr, this, nullptr);
+    // Drops the colours; the base class never touches the text doing so.
+    setDocument(nullptr);
+    m_view->viewport()->update();
 }
 
 void MarkdownHighlighter::setTheme(TarnTheme theme)
 {
     m_style = markdownSourceStyle(theme);
-    if (QTextDocument *doc = document()) {
+    if (QTextDocument *doc = document(); doc && m_enabled) {
         markStale(0, doc->blockCount() - 1);
         colourVisible();
         scheduleSlices();

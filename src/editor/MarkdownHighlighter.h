@@ -24,6 +24,9 @@ public:
     explicit MarkdownHighlighter(QPlainTextEdit *view);
 
     void setTheme(TarnTheme theme);
+    // Off, the text shows uncoloured and edits cost nothing here.
+    void setEnabled(bool enabled);
+    bool isEnabled() const { return m_enabled; }
     const MarkdownSourceStyle &style() const { return m_style; }
     // No line waits to be coloured.
     bool isUpToDate() const { return m_staleFrom > m_staleTo; }
@@ -36,6 +39,7 @@ protected:
     void highlightBlock(const QString &text) override;
 
 private:
+    void attach();
     void onContentsChange(int position, int removed, int added);
     void colourPendingEdit();
     void colourSlice();
@@ -55,4 +59,5 @@ private:
     int m_editFrom = -1; // blocks changed by the edit being reported, coloured once it is done
     int m_editTo = -1;
     bool m_colourAllowed = false;
+    bool m_enabled = true;
 };
