@@ -4,6 +4,7 @@
 
 #include <MarkdownHighlighter.h>
 
+#include <QImage>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
@@ -49,6 +50,21 @@ QTextCharFormat roleFormat(const MarkdownSourceStyle &style, const QString &role
             return format;
     }
     qFatal("unknown role");
+}
+
+// Whether some pixel of the image is drawn in about this colour.
+bool showsColour(const QImage &image, const QColor &colour)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor pixel = image.pixelColor(x, y);
+            if (std::abs(pixel.red() - colour.red()) + std::abs(pixel.green() - colour.green()) +
+                    std::abs(pixel.blue() - colour.blue()) <
+                12)
+                return true;
+        }
+    }
+    return false;
 }
 
 } // namespace
@@ -121,18 +137,24 @@ private slots:
                  qPrintable(QStringLiteral("properties there: %1").arg(actual.propertyCount())));
     }
 
-    // Each theme has its own colours, and switching colours the text again.
+    // Each theme has its own colours, switching colours the text again, and the colours
+    // reach the screen.
     void themes()
     {
         QPlainTextEdit edit;
-        auto *highlighter = new MarkdownHighlighter(&edit);
+        edit.resize(400, 200);
         edit.setPlainText("# Heading\n[a](b)");
+        const QColor blue =
+            markdownSourceStyle(TarnTheme::businessBlue).heading.foreground().color();
+        QVERIFY(!showsColour(edit.viewport()->grab().toImage(), blue));
+        auto *highlighter = new MarkdownHighlighter(&edit);
         QSet<QRgb> headingColours;
         for (TarnTheme theme : TarnThemes::allCases) {
             highlighter->setTheme(theme);
             const QColor expected = markdownSourceStyle(theme).heading.foreground().color();
             QTRY_COMPARE(formatAt(edit.document()->firstBlock(), 3).foreground().color(), expected);
             headingColours.insert(expected.rgba());
+            QVERIFY(showsColour(edit.viewport()->grab().toImage(), expected));
         }
         QCOMPARE(headingColours.size(), 4);
     }
