@@ -218,6 +218,7 @@ void EditorPane::setTheme(TarnTheme theme)
     m_statusLine->setPalette(statusColours);
     m_statusLine->setFont(EditorPalette::captionFont(font()));
     m_highlighter->setTheme(theme);
+    m_textView->setQuietBackground(m_highlighter->style().quietBackground);
 
     m_toolbar->setTheme(theme);
     m_findPanel->setTheme(theme);

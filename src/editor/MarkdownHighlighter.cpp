@@ -53,6 +53,18 @@ void MarkdownHighlighter::attach()
     scheduleSlices();
 }
 
+bool MarkdownHighlighter::isOnQuietBackground(const QTextBlock &block)
+{
+    using MarkdownLineColouring::Open;
+    const auto quiet = [](int state) {
+        const Open kind = MarkdownLineColouring::openKind(state);
+        return kind == Open::fence || kind == Open::frontMatter;
+    };
+    // A closing fence hands on nothing; the line before it still holds the fence open.
+    const QTextBlock previous = block.previous();
+    return quiet(block.userState()) || (previous.isValid() && quiet(previous.userState()));
+}
+
 void MarkdownHighlighter::setEnabled(bool enabled)
 {
     if (enabled == m_enabled || !m_view)

@@ -28,6 +28,8 @@ public:
     void setEnabled(bool enabled);
     bool isEnabled() const { return m_enabled; }
     const MarkdownSourceStyle &style() const { return m_style; }
+    // Whether the block belongs to a fenced block or the front matter, fences included.
+    static bool isOnQuietBackground(const QTextBlock &block);
     // No line waits to be coloured.
     bool isUpToDate() const { return m_staleFrom > m_staleTo; }
 

@@ -259,7 +259,7 @@ int continueOpen(LineFormats &line, int state, const MarkdownSourceStyle &style)
             line.add(0, all, style.fence);
             return stateOf(Open::nothing);
         }
-        line.add(0, all, style.code);
+        line.add(0, all, style.codeBlock);
         return state;
     case Open::frontMatter:
         line.add(0, all, style.frontMatter);

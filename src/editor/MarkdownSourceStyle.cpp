@@ -67,8 +67,8 @@ MarkdownSourceStyle markdownSourceStyle(TarnTheme theme)
     style.strikethrough.setFontStrikeOut(true);
     style.code = coloured(colours.code);
     style.code.setBackground(colours.codeBackground);
+    style.codeBlock = coloured(colours.code);
     style.fence = coloured(colours.marker);
-    style.fence.setBackground(colours.codeBackground);
     style.linkText = coloured(colours.link);
     style.linkText.setFontUnderline(true);
     style.linkAddress = coloured(colours.address);
@@ -82,6 +82,6 @@ MarkdownSourceStyle markdownSourceStyle(TarnTheme theme)
     style.html = coloured(colours.html);
     style.math = coloured(colours.math);
     style.frontMatter = coloured(colours.frontMatter);
-    style.frontMatter.setBackground(colours.codeBackground);
+    style.quietBackground = colours.codeBackground;
     return style;
 }

@@ -3,6 +3,7 @@
 
 #include <TarnTheme.h>
 
+#include <QColor>
 #include <QTextCharFormat>
 
 struct MarkdownSourceStyle
@@ -11,9 +12,10 @@ struct MarkdownSourceStyle
     QTextCharFormat emphasis;
     QTextCharFormat strong;
     QTextCharFormat strikethrough;
-    QTextCharFormat code;     // inline code and the lines of a fenced block
-    QTextCharFormat fence;    // the fence lines themselves
-    QTextCharFormat linkText; // the text of a link or the alt text of an image
+    QTextCharFormat code;      // inline code
+    QTextCharFormat codeBlock; // the lines of a fenced block
+    QTextCharFormat fence;     // the fence lines themselves
+    QTextCharFormat linkText;  // the text of a link or the alt text of an image
     QTextCharFormat linkAddress;
     QTextCharFormat marker; // syntax that only delimits: #, **, [ ]( ), thematic breaks
     QTextCharFormat listMarker;
@@ -23,6 +25,8 @@ struct MarkdownSourceStyle
     QTextCharFormat html;
     QTextCharFormat math;
     QTextCharFormat frontMatter;
+    // Drawn across the width behind fenced blocks and front matter.
+    QColor quietBackground;
 };
 
 MarkdownSourceStyle markdownSourceStyle(TarnTheme theme);

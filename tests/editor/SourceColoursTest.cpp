@@ -2,7 +2,10 @@
 // themes, large documents, and that colouring leaves the text and the undo stack alone.
 #include "EditorTestSupport.h"
 
+#include <EditorPane.h>
 #include <MarkdownHighlighter.h>
+#include <TarnDocument.h>
+#include <TarnEditorTextView.h>
 
 #include <QImage>
 #include <QTextBlock>
@@ -36,14 +39,23 @@ bool carries(const QTextCharFormat &actual, const QTextCharFormat &expected)
 QTextCharFormat roleFormat(const MarkdownSourceStyle &style, const QString &role)
 {
     const std::pair<const char *, QTextCharFormat> roles[] = {
-        {"heading", style.heading},     {"emphasis", style.emphasis},
-        {"strong", style.strong},       {"strikethrough", style.strikethrough},
-        {"code", style.code},           {"fence", style.fence},
-        {"linkText", style.linkText},   {"linkAddress", style.linkAddress},
-        {"marker", style.marker},       {"listMarker", style.listMarker},
-        {"taskBox", style.taskBox},     {"quoteMarker", style.quoteMarker},
-        {"tablePipe", style.tablePipe}, {"html", style.html},
-        {"math", style.math},           {"frontMatter", style.frontMatter},
+        {"heading", style.heading},
+        {"emphasis", style.emphasis},
+        {"strong", style.strong},
+        {"strikethrough", style.strikethrough},
+        {"code", style.code},
+        {"codeBlock", style.codeBlock},
+        {"fence", style.fence},
+        {"linkText", style.linkText},
+        {"linkAddress", style.linkAddress},
+        {"marker", style.marker},
+        {"listMarker", style.listMarker},
+        {"taskBox", style.taskBox},
+        {"quoteMarker", style.quoteMarker},
+        {"tablePipe", style.tablePipe},
+        {"html", style.html},
+        {"math", style.math},
+        {"frontMatter", style.frontMatter},
         {"plain", QTextCharFormat()}};
     for (const auto &[name, format] : roles) {
         if (role == QLatin1String(name))
@@ -96,10 +108,10 @@ private slots:
         QTest::newRow("link definition") << ColourRow{"[ref]: https://x.org", 0, 9, "linkAddress"};
         QTest::newRow("autolink") << ColourRow{"go <https://x.org> now", 0, 6, "linkAddress"};
         QTest::newRow("fence line") << ColourRow{fenced, 0, 1, "fence"};
-        QTest::newRow("fence carried to the next line") << ColourRow{fenced, 1, 6, "code"};
-        QTest::newRow("no emphasis inside a fence") << ColourRow{fenced, 1, 7, "code"};
+        QTest::newRow("fence carried to the next line") << ColourRow{fenced, 1, 6, "codeBlock"};
+        QTest::newRow("no emphasis inside a fence") << ColourRow{fenced, 1, 7, "codeBlock"};
         QTest::newRow("after the closing fence") << ColourRow{fenced, 3, 7, "emphasis"};
-        QTest::newRow("backticks do not close a tilde fence") << ColourRow{"~~~\n```\nstill", 2, 1, "code"};
+        QTest::newRow("backticks do not close a tilde fence") << ColourRow{"~~~\n```\nstill", 2, 1, "codeBlock"};
         QTest::newRow("front matter") << ColourRow{frontMatter, 1, 2, "frontMatter"};
         QTest::newRow("after front matter") << ColourRow{frontMatter, 3, 2, "heading"};
         QTest::newRow("front matter only at the top") << ColourRow{"para\n---\nkey: v\n---", 2, 1, "plain"};
@@ -135,6 +147,9 @@ private slots:
         const QTextCharFormat actual = formatAt(edit.document()->findBlockByNumber(line), position);
         QVERIFY2(carries(actual, roleFormat(highlighter->style(), role)),
                  qPrintable(QStringLiteral("properties there: %1").arg(actual.propertyCount())));
+        // Code is literal: nothing inside it is emphasis.
+        if (role.startsWith(u"code"))
+            QVERIFY(!actual.fontItalic());
     }
 
     // Each theme has its own colours, switching colours the text again, and the colours
@@ -157,6 +172,29 @@ private slots:
             QVERIFY(showsColour(edit.viewport()->grab().toImage(), expected));
         }
         QCOMPARE(headingColours.size(), 4);
+    }
+
+    // Fenced blocks and front matter sit on the quiet background across the whole width.
+    void quietBackgroundSpansTheWidth()
+    {
+        TarnDocument document(QUrl::fromLocalFile("/tmp/fenced.md"),
+                              "---\nkey: v\n---\ntext\n```\ncode\n```\nafter");
+        EditorPane pane;
+        pane.resize(500, 400);
+        pane.setDocument(&document);
+        pane.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&pane));
+        TarnEditorTextView *view = pane.textView();
+        QTRY_VERIFY(pane.highlighter()->isUpToDate());
+        const QImage image = view->viewport()->grab().toImage();
+        const auto rightEdgeOf = [&](int line) {
+            QTextCursor cursor(view->document()->findBlockByNumber(line));
+            return image.pixelColor(image.width() - 4, view->cursorRect(cursor).center().y());
+        };
+        const QColor plain = rightEdgeOf(3);
+        QCOMPARE(rightEdgeOf(7), plain);
+        for (int line : {0, 1, 2, 4, 5, 6})
+            QVERIFY2(rightEdgeOf(line) != plain, qPrintable(QString::number(line)));
     }
 
     // Colouring, recolouring and a theme switch leave the text, the undo steps and the saved
@@ -212,7 +250,7 @@ private slots:
         top.insertText("```\n");
         QVERIFY(!highlighter->isUpToDate());
         QTRY_VERIFY_WITH_TIMEOUT(highlighter->isUpToDate(), 20000);
-        QVERIFY(carries(formatAt(last, inEmphasis), highlighter->style().code));
+        QVERIFY(carries(formatAt(last, inEmphasis), highlighter->style().codeBlock));
         QVERIFY(!formatAt(last, inEmphasis).fontItalic());
     }
 };
