@@ -28,13 +28,13 @@ int stateOf(Open kind, int detail = 0, bool tilde = false)
     return int(kind) | (tilde ? tildeBit : 0) | (detail << detailShift);
 }
 
-const QRE &re(const char *pattern, bool caseless = false)
+// Callers keep the result in a function-local static, so each pattern compiles once.
+QRE re(const char *pattern, bool caseless = false)
 {
-    // Callers keep the result in a function-local static, so each pattern compiles once.
-    auto *expression = new QRE(QString::fromUtf8(pattern),
-                               caseless ? QRE::CaseInsensitiveOption : QRE::NoPatternOption);
-    expression->optimize();
-    return *expression;
+    QRE expression(QString::fromUtf8(pattern),
+                   caseless ? QRE::CaseInsensitiveOption : QRE::NoPatternOption);
+    expression.optimize();
+    return expression;
 }
 
 // One line's formats being built: constructs that contain literal text (code, math, HTML,
@@ -131,7 +131,7 @@ void colourLinks(LineFormats &line, qsizetype from, const MarkdownSourceStyle &s
 {
     // [text](address "title"), ![alt](address), [text][label]; the text may hold one level of
     // nested brackets, the address one level of parentheses.
-    static const QRE &link =
+    static const QRE link =
         re(R"((!?)\[((?:[^\[\]\\]|\\.|\[(?:[^\[\]\\]|\\.)*\])*)\])"
            R"((?:\([ \t]*(<[^>]*>|[^\s()]*(?:\([^\s()]*\)[^\s()]*)*))"
            R"(((?:[ \t]+(?:"[^"]*"|'[^']*'|\([^)]*\)))?[ \t]*)\)|\[([^\]]*)\]))");
@@ -170,17 +170,17 @@ void colourDelimited(LineFormats &line, qsizetype from, const QRE &pattern, int 
 
 void colourInline(LineFormats &line, qsizetype from, const MarkdownSourceStyle &style)
 {
-    static const QRE &autolink =
+    static const QRE autolink =
         re(R"(<(?:[A-Za-z][A-Za-z0-9+.\-]{1,31}:[^\s<>]*|[^\s<>@]+@[^\s<>@]+)>)");
-    static const QRE &bareUrl = re(R"(\b(?:https?://|www\.)[^\s<]*[^\s<.,:;"')\]*_~])");
-    static const QRE &html = re(R"(<!--.*?-->|</?[A-Za-z][A-Za-z0-9\-]*(?:\s+[^<>]*?)?\s*/?>)");
-    static const QRE &math = re(
+    static const QRE bareUrl = re(R"(\b(?:https?://|www\.)[^\s<]*[^\s<.,:;"')\]*_~])");
+    static const QRE html = re(R"(<!--.*?-->|</?[A-Za-z][A-Za-z0-9\-]*(?:\s+[^<>]*?)?\s*/?>)");
+    static const QRE math = re(
         R"((?<![\\$])\$\$(?=\S).*?\$\$|(?<![\\$])\$(?![\s$])(?:[^$]*?[^\s\\$])?\$(?![\d$])|\\\(.*?\\\))");
-    static const QRE &strong = re(
+    static const QRE strong = re(
         R"((?<![\\*])\*\*(?![\s*])(.+?)(?<![\s\\])\*\*|(?<![\w\\])__(?![\s_])(.+?)(?<!\s)__(?!\w))");
-    static const QRE &emphasis = re(
+    static const QRE emphasis = re(
         R"((?<![\\*])\*(?![\s*])(?:.*?[^\s\\*])?\*(?!\*)|(?<![\w\\_])_(?![\s_])(?:.*?[^\s\\_])?_(?![\w_]))");
-    static const QRE &strike = re(R"((?<![\\~])(~~?)(?![\s~]).*?(?<![\s\\~])\1(?!~))");
+    static const QRE strike = re(R"((?<![\\~])(~~?)(?![\s~]).*?(?<![\s\\~])\1(?!~))");
 
     colourCodeSpans(line, from, style);
     colourTaken(line, from, math, style.math);
@@ -195,7 +195,7 @@ void colourInline(LineFormats &line, qsizetype from, const MarkdownSourceStyle &
 
 void colourTablePipes(LineFormats &line, qsizetype from, const MarkdownSourceStyle &style)
 {
-    static const QRE &delimiterRow =
+    static const QRE delimiterRow =
         re(R"(^\s*\|?\s*:?-+:?\s*(?:\|\s*:?-+:?\s*)+\|?\s*$|^\s*\|\s*:?-+:?\s*\|?\s*$)");
     const QString rest = line.text.mid(from).trimmed();
     const bool row = rest.startsWith(u'|') || (rest.endsWith(u'|') && !rest.endsWith(u"\\|")) ||
@@ -211,10 +211,10 @@ void colourTablePipes(LineFormats &line, qsizetype from, const MarkdownSourceSty
 // Quote markers, then a list marker and its task box; returns where the content starts.
 qsizetype colourContainers(LineFormats &line, const MarkdownSourceStyle &style)
 {
-    static const QRE &quote = re(R"(\G {0,3}>[ ]?)");
-    static const QRE &thematic = re(R"(\G {0,3}([-*_])(?:[ \t]*\1){2,}[ \t]*$)");
-    static const QRE &list = re(R"(\G[ \t]*(?:[-*+]|\d{1,9}[.)])(?=[ \t]|$))");
-    static const QRE &task = re(R"(\G[ \t]+\[[ xX]\](?=[ \t]|$))");
+    static const QRE quote = re(R"(\G {0,3}>[ ]?)");
+    static const QRE thematic = re(R"(\G {0,3}([-*_])(?:[ \t]*\1){2,}[ \t]*$)");
+    static const QRE list = re(R"(\G[ \t]*(?:[-*+]|\d{1,9}[.)])(?=[ \t]|$))");
+    static const QRE task = re(R"(\G[ \t]+\[[ xX]\](?=[ \t]|$))");
     qsizetype pos = 0;
     for (auto match = quote.match(line.text, pos); match.hasMatch();
          match = quote.match(line.text, pos)) {
@@ -248,9 +248,9 @@ bool isFenceClose(const QString &text, QChar fence, int length)
 // A line inside a construct that spans lines: colours it whole, returns the next state.
 int continueOpen(LineFormats &line, int state, const MarkdownSourceStyle &style)
 {
-    static const QRE &rawClose = re(R"(</(?:pre|script|style|textarea)>)", true);
-    static const QRE &frontMatterClose = re(R"(^(?:---|\.\.\.)\s*$)");
-    static const QRE &mathClose = re(R"((?:\$\$|\\\])\s*$)");
+    static const QRE rawClose = re(R"(</(?:pre|script|style|textarea)>)", true);
+    static const QRE frontMatterClose = re(R"(^(?:---|\.\.\.)\s*$)");
+    static const QRE mathClose = re(R"((?:\$\$|\\\])\s*$)");
     const qsizetype all = line.text.size();
     const int detail = state >> detailShift;
     switch (MarkdownLineColouring::openKind(state)) {
@@ -284,12 +284,12 @@ int continueOpen(LineFormats &line, int state, const MarkdownSourceStyle &style)
 // A line that may open a construct spanning lines; returns -1 when it opens none.
 int openBlock(LineFormats &line, bool firstLine, const MarkdownSourceStyle &style)
 {
-    static const QRE &frontMatter = re(R"(^---\s*$)");
-    static const QRE &fence = re(R"(^[ \t]*(`{3,}(?!.*`)|~{3,}))");
-    static const QRE &math = re(R"(^[ \t]*(\$\$|\\\[))");
-    static const QRE &comment = re(R"(^ {0,3}<!--)");
-    static const QRE &raw = re(R"(^ {0,3}<(?:pre|script|style|textarea)(?:\s|>|$))", true);
-    static const QRE &blockTag =
+    static const QRE frontMatter = re(R"(^---\s*$)");
+    static const QRE fence = re(R"(^[ \t]*(`{3,}(?!.*`)|~{3,}))");
+    static const QRE math = re(R"(^[ \t]*(\$\$|\\\[))");
+    static const QRE comment = re(R"(^ {0,3}<!--)");
+    static const QRE raw = re(R"(^ {0,3}<(?:pre|script|style|textarea)(?:\s|>|$))", true);
+    static const QRE blockTag =
         re(R"(^ {0,3}</?(?:address|article|aside|blockquote|details|dialog|div|dl|dd|dt|)"
            R"(fieldset|figcaption|figure|footer|form|h[1-6]|header|hr|li|main|nav|ol|p|section|)"
            R"(summary|table|tbody|td|tfoot|th|thead|tr|ul)(?:\s|/?>|$))",
@@ -337,9 +337,9 @@ Open MarkdownLineColouring::openKind(int state)
 int MarkdownLineColouring::colour(const QString &text, int previousState, bool firstLine,
                                   const MarkdownSourceStyle &style, QList<QTextCharFormat> &formats)
 {
-    static const QRE &heading = re(R"(\G {0,3}(#{1,6})(?=[ \t]|$))");
-    static const QRE &setext = re(R"(^ {0,3}(?:=+|-+)[ \t]*$)");
-    static const QRE &definition = re(R"(^ {0,3}\[((?:[^\]\\]|\\.)+)\]:[ \t]*(\S+))");
+    static const QRE heading = re(R"(\G {0,3}(#{1,6})(?=[ \t]|$))");
+    static const QRE setext = re(R"(^ {0,3}(?:=+|-+)[ \t]*$)");
+    static const QRE definition = re(R"(^ {0,3}\[((?:[^\]\\]|\\.)+)\]:[ \t]*(\S+))");
 
     formats.fill(QTextCharFormat(), text.size());
     LineFormats line{text, formats, QList<bool>(text.size(), false)};
