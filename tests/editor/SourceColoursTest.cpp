@@ -253,6 +253,43 @@ private slots:
         QVERIFY(carries(formatAt(last, inEmphasis), highlighter->style().codeBlock));
         QVERIFY(!formatAt(last, inEmphasis).fontItalic());
     }
+
+    // Edits that land while lines still wait for a new theme (lines pasted and removed above the
+    // waiting ones, fences opened and closed) end in the same colours as colouring the final text
+    // afresh.
+    void editsWhileColouringAgreeWithAFreshStart()
+    {
+        QString text;
+        for (int line = 0; line < 3000; ++line)
+            text +=
+                line % 50 == 10 ? QStringLiteral("```\n") : QStringLiteral("*a* %1\n").arg(line);
+        QPlainTextEdit edit;
+        auto *highlighter = new MarkdownHighlighter(&edit);
+        edit.setPlainText(text);
+        QTRY_VERIFY_WITH_TIMEOUT(highlighter->isUpToDate(), 20000);
+        highlighter->setTheme(TarnTheme::dark);
+        QTextCursor cursor(edit.document());
+        cursor.insertText(QStringLiteral("pasted `x`\n").repeated(1000));
+        cursor.movePosition(QTextCursor::Down, QTextCursor::KeepAnchor, 40);
+        cursor.removeSelectedText();
+        cursor.insertText("```\n");
+        cursor.movePosition(QTextCursor::Down, QTextCursor::MoveAnchor, 1500);
+        cursor.insertText("~~~\nx\n");
+        cursor.movePosition(QTextCursor::Down, QTextCursor::KeepAnchor, 700);
+        cursor.removeSelectedText();
+        QTRY_VERIFY_WITH_TIMEOUT(highlighter->isUpToDate(), 20000);
+
+        QPlainTextEdit fresh;
+        auto *freshHighlighter = new MarkdownHighlighter(&fresh);
+        freshHighlighter->setTheme(TarnTheme::dark);
+        fresh.setPlainText(edit.toPlainText());
+        QTRY_VERIFY_WITH_TIMEOUT(freshHighlighter->isUpToDate(), 20000);
+        for (QTextBlock a = edit.document()->firstBlock(), b = fresh.document()->firstBlock();
+             a.isValid(); a = a.next(), b = b.next()) {
+            QCOMPARE(a.userState(), b.userState());
+            QCOMPARE(a.layout()->formats(), b.layout()->formats());
+        }
+    }
 };
 
 EDITOR_TEST_RUNNER(SourceColoursTest, runSourceColoursTests)
