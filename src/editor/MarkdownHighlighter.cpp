@@ -178,8 +178,10 @@ void MarkdownHighlighter::colourPendingEdit()
     }
     if (block.isValid())
         markStale(block.blockNumber(), std::max(to, block.blockNumber()));
-    if (m_staleFrom > m_staleTo)
-        m_staleFrom = 0, m_staleTo = -1;
+    if (m_staleFrom > m_staleTo) {
+        m_staleFrom = 0;
+        m_staleTo = -1;
+    }
     colourVisible();
     scheduleSlices();
 }
