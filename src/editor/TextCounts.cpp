@@ -13,7 +13,8 @@ namespace {
 
 bool isCjkWordCharacter(UChar32 c)
 {
-    if (!u_hasBinaryProperty(c, UCHAR_ALPHABETIC))
+    // Hangul jamo at U+1100 is the first of these scripts' letters.
+    if (c < 0x1100 || !u_hasBinaryProperty(c, UCHAR_ALPHABETIC))
         return false;
     // Script extensions, so the prolonged sound mark "ー" counts as the kana it extends.
     return uscript_hasScript(c, USCRIPT_HAN) || uscript_hasScript(c, USCRIPT_HIRAGANA) ||
@@ -46,31 +47,60 @@ struct UTextCloser
     ~UTextCloser() { utext_close(text); }
 };
 
+// Words of a stretch without CJK word characters: the break iterator's segments that hold a
+// letter or a digit.
+qsizetype otherWords(icu::BreakIterator &iterator, UText *&utext, const UChar *units,
+                     int32_t length)
+{
+    if (length <= 0)
+        return 0;
+    UErrorCode status = U_ZERO_ERROR;
+    utext = utext_openUChars(utext, units, length, &status);
+    iterator.setText(utext, status);
+    if (U_FAILURE(status))
+        return 0;
+    qsizetype count = 0;
+    for (int32_t start = iterator.first(), end = iterator.next(); end != icu::BreakIterator::DONE;
+         start = end, end = iterator.next()) {
+        for (int32_t i = start; i < end;) {
+            UChar32 point;
+            U16_NEXT(units, i, end, point);
+            if (isLetterOrDigit(point)) {
+                ++count;
+                break;
+            }
+        }
+    }
+    return count;
+}
+
 } // namespace
 
 qsizetype TextCounting::words(QStringView text)
 {
-    UTextCloser utext;
-    const auto iterator = iteratorOver(text, true, utext.text);
-    if (!iterator)
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::BreakIterator> iterator(
+        icu::BreakIterator::createWordInstance(icu::Locale::getRoot(), status));
+    if (U_FAILURE(status) || !iterator)
         return 0;
+    // Ideographs, kana and hangul are counted one by one here, and only the stretches between
+    // them go to the break iterator: its dictionary segmentation of Chinese and Japanese would
+    // only be thrown away.
+    UTextCloser utext;
+    const auto *units = reinterpret_cast<const UChar *>(text.utf16());
+    const auto length = int32_t(text.size());
     qsizetype count = 0;
-    for (int32_t start = iterator->first(), end = iterator->next(); end != icu::BreakIterator::DONE;
-         start = end, end = iterator->next()) {
-        // Dictionary breaks group ideographs into words; each counts on its own here instead.
-        bool otherWord = false;
-        const auto *units = reinterpret_cast<const UChar *>(text.utf16());
-        for (int32_t i = start; i < end;) {
-            UChar32 point;
-            U16_NEXT(units, i, end, point);
-            if (isCjkWordCharacter(point))
-                ++count;
-            else if (isLetterOrDigit(point))
-                otherWord = true;
+    int32_t stretch = 0;
+    for (int32_t i = 0; i < length;) {
+        const int32_t at = i;
+        UChar32 point;
+        U16_NEXT(units, i, length, point);
+        if (isCjkWordCharacter(point)) {
+            count += 1 + otherWords(*iterator, utext.text, units + stretch, at - stretch);
+            stretch = i;
         }
-        count += otherWord ? 1 : 0;
     }
-    return count;
+    return count + otherWords(*iterator, utext.text, units + stretch, length - stretch);
 }
 
 qsizetype TextCounting::characters(QStringView text)
