@@ -1,12 +1,14 @@
 // Editor pane: binds the text view to the document's draft and hosts toolbar and find panel.
 #include "EditorPane.h"
 
+#include "EditorCounter.h"
 #include "EditorFindField.h"
 #include "EditorFindPanel.h"
 #include "EditorNotifications.h"
 #include "EditorPalette.h"
 #include "EditorToolbar.h"
 #include "MarkdownEditorActions.h"
+#include "MarkdownHighlighter.h"
 #include "PlainTextEditView.h"
 #include "TarnEditorTextView.h"
 
@@ -18,6 +20,7 @@
 #include <QFrame>
 #include <QGraphicsOpacityEffect>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QParallelAnimationGroup>
 #include <QPropertyAnimation>
 #include <QScopedValueRollback>
@@ -53,6 +56,12 @@ EditorPane::EditorPane(QWidget *parent)
     areaLayout->addWidget(m_textView);
     m_findPanel = new EditorFindPanel(m_actions, m_textArea);
     m_findPanel->hide();
+    m_highlighter = new MarkdownHighlighter(m_textView);
+    m_counter = new EditorCounter(m_textView, this);
+    m_statusLine = new QLabel(m_counter->statusText(), this);
+    m_statusLine->setObjectName(QStringLiteral("editorStatusLine"));
+    m_statusLine->setContentsMargins(12, 3, 12, 4);
+    connect(m_counter, &EditorCounter::statusTextChanged, m_statusLine, &QLabel::setText);
 
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
@@ -60,6 +69,7 @@ EditorPane::EditorPane(QWidget *parent)
     column->addWidget(m_toolbar);
     column->addWidget(m_divider);
     column->addWidget(m_textArea, 1);
+    column->addWidget(m_statusLine);
 
     m_adapter = new PlainTextEditView(m_textView);
     m_actions->setTextView(m_adapter);
@@ -203,6 +213,12 @@ void EditorPane::setTheme(TarnTheme theme)
     QPalette dividerColours = m_divider->palette();
     dividerColours.setColor(QPalette::WindowText, EditorPalette::panelBorder(theme));
     m_divider->setPalette(dividerColours);
+    QPalette statusColours = m_statusLine->palette();
+    statusColours.setColor(QPalette::WindowText, EditorPalette::secondary(theme));
+    m_statusLine->setPalette(statusColours);
+    m_statusLine->setFont(EditorPalette::captionFont(font()));
+    m_highlighter->setTheme(theme);
+    m_textView->setQuietBackground(m_highlighter->style().quietBackground);
 
     m_toolbar->setTheme(theme);
     m_findPanel->setTheme(theme);

@@ -9,12 +9,15 @@
 #include <QPointer>
 #include <QWidget>
 
+class EditorCounter;
 class EditorFindPanel;
 class EditorToolbar;
 class MarkdownEditorActions;
+class MarkdownHighlighter;
 class PlainTextEditView;
 class QFrame;
 class QKeyEvent;
+class QLabel;
 class QParallelAnimationGroup;
 class TarnEditorTextView;
 
@@ -36,6 +39,10 @@ public:
     PlainTextEditView *textViewAdapter() const { return m_adapter; }
     EditorToolbar *toolbar() const { return m_toolbar; }
     EditorFindPanel *findPanel() const { return m_findPanel; }
+    MarkdownHighlighter *highlighter() const { return m_highlighter; }
+    EditorCounter *counter() const { return m_counter; }
+    // The counts under the text: "N 字 · N 字符 · N 行", and the selection's words.
+    QLabel *statusLine() const { return m_statusLine; }
 
     bool showFindPanel() const { return m_showFindPanel; }
     bool showReplaceControls() const;
@@ -79,6 +86,9 @@ private:
     TarnEditorTextView *m_textView;
     PlainTextEditView *m_adapter;
     EditorFindPanel *m_findPanel;
+    MarkdownHighlighter *m_highlighter;
+    EditorCounter *m_counter;
+    QLabel *m_statusLine;
     QParallelAnimationGroup *m_panelAnimation = nullptr;
 
     TarnTheme m_theme = TarnTheme::businessBlue;

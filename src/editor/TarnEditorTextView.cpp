@@ -1,10 +1,13 @@
-// Text view configuration and the Ctrl+F key equivalent.
+// Text view configuration, the Ctrl+F key equivalent and the background of code blocks.
 #include "TarnEditorTextView.h"
 
 #include "EditorNotifications.h"
+#include "MarkdownHighlighter.h"
 
 #include <QFontDatabase>
 #include <QKeyEvent>
+#include <QPainter>
+#include <QTextBlock>
 #include <QTextDocument>
 #include <QTextOption>
 
@@ -98,4 +101,28 @@ void TarnEditorTextView::keyPressEvent(QKeyEvent *event)
         return;
     }
     QPlainTextEdit::keyPressEvent(event);
+}
+
+void TarnEditorTextView::setQuietBackground(const QColor &colour)
+{
+    m_quietBackground = colour;
+    viewport()->update();
+}
+
+void TarnEditorTextView::paintEvent(QPaintEvent *event)
+{
+    if (m_quietBackground.isValid()) {
+        // Under the text, so the base class draws the characters and the selection on top.
+        QPainter painter(viewport());
+        const QPointF offset = contentOffset();
+        for (QTextBlock block = firstVisibleBlock(); block.isValid(); block = block.next()) {
+            const QRectF box = blockBoundingGeometry(block).translated(offset);
+            if (box.top() > event->rect().bottom())
+                break;
+            if (block.isVisible() && MarkdownHighlighter::isOnQuietBackground(block))
+                painter.fillRect(QRectF(0, box.top(), viewport()->width(), box.height()),
+                                 m_quietBackground);
+        }
+    }
+    QPlainTextEdit::paintEvent(event);
 }

@@ -2,6 +2,7 @@
 // Ctrl+K ask for the formatting commands.
 #pragma once
 
+#include <QColor>
 #include <QPlainTextEdit>
 
 #include <optional>
@@ -25,10 +26,18 @@ public:
     // Exactly Ctrl+B, Ctrl+I or Ctrl+K.
     static std::optional<Formatting> formattingShortcut(const QKeyEvent *event);
 
+    // Fenced blocks and front matter are drawn on this colour across the whole width; an
+    // invalid colour draws none.
+    void setQuietBackground(const QColor &colour);
+
 signals:
     void formattingRequested(TarnEditorTextView::Formatting command);
 
 protected:
     bool event(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QColor m_quietBackground;
 };
