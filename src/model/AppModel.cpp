@@ -23,7 +23,7 @@ AppModel::AppModel(QSettings &settings, Platform &platform, PdfExportService &pd
     m_showOutline = ModelSettings::readShowOutline(m_settings);
     // Written straight back: a value that could not be read is replaced by an empty list.
     m_storedFiles = ModelSettings::readStoredFiles(m_settings);
-    ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
+    checkSettingsWritten(ModelSettings::writeStoredFiles(m_settings, m_storedFiles));
     m_readPositions = ModelSettings::readReadPositions(m_settings);
     m_markdownFlavor = ModelSettings::readMarkdownFlavor(m_settings);
     m_flavorHintClosed = ModelSettings::readFlavorHintClosed(m_settings);
@@ -119,7 +119,7 @@ void AppModel::setShowOutline(bool show)
 {
     const bool changed = m_showOutline != show;
     m_showOutline = show;
-    ModelSettings::writeShowOutline(m_settings, show);
+    checkSettingsWritten(ModelSettings::writeShowOutline(m_settings, show));
     if (changed)
         emit showOutlineChanged();
 }
@@ -127,7 +127,7 @@ void AppModel::setShowOutline(bool show)
 void AppModel::setStoredFiles(const QList<StoredFile> &files)
 {
     m_storedFiles = files;
-    ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
+    checkSettingsWritten(ModelSettings::writeStoredFiles(m_settings, m_storedFiles));
     emit storedFilesChanged();
     emit filteredStoredFilesChanged();
 }
@@ -144,7 +144,7 @@ void AppModel::setTheme(TarnTheme theme)
 {
     const bool changed = m_theme != theme;
     m_theme = theme;
-    ModelSettings::writeTheme(m_settings, theme);
+    checkSettingsWritten(ModelSettings::writeTheme(m_settings, theme));
     if (changed)
         emit themeChanged();
 }
@@ -264,7 +264,7 @@ void AppModel::rememberScroll(TarnDocument *document, double y)
         return;
     document->setScrollY(y);
     m_readPositions.insert(document->url().toLocalFile(), y);
-    ModelSettings::writeReadPositions(m_settings, m_readPositions);
+    checkSettingsWritten(ModelSettings::writeReadPositions(m_settings, m_readPositions));
 }
 
 void AppModel::appendTab(TarnDocument *document)
@@ -300,6 +300,14 @@ void AppModel::showAlert(const QString &title, const QString &message)
 void AppModel::log(const QString &event, const QMap<QString, QString> &metadata)
 {
     m_logger.log(event, metadata);
+}
+
+void AppModel::checkSettingsWritten(bool written)
+{
+    if (!written)
+        log(QStringLiteral("settings.save.failure"),
+            {{QStringLiteral("path"), m_settings.fileName()},
+             {QStringLiteral("error"), ModelSettings::failureText(m_settings)}});
 }
 
 void AppModel::revealUsageLog()

@@ -6,7 +6,7 @@
 
 void AppModel::setMarkdownFlavor(MarkdownFlavor flavor)
 {
-    ModelSettings::writeMarkdownFlavor(m_settings, flavor);
+    checkSettingsWritten(ModelSettings::writeMarkdownFlavor(m_settings, flavor));
     if (m_markdownFlavor == flavor)
         return;
     m_markdownFlavor = flavor;
@@ -27,7 +27,7 @@ void AppModel::closeFlavorHint()
         m_flavorHintClosedUnsaved.insert(document->id());
     } else {
         m_flavorHintClosed.insert(path);
-        ModelSettings::writeFlavorHintClosed(m_settings, m_flavorHintClosed);
+        checkSettingsWritten(ModelSettings::writeFlavorHintClosed(m_settings, m_flavorHintClosed));
     }
     updateFlavorHint();
 }

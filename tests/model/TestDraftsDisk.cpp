@@ -86,6 +86,38 @@ private slots:
         QTRY_COMPARE(kept(), QString());
     }
 
+    // A state folder that cannot be written (replaced by a file, which stops root too): every
+    // failed draft and settings write is logged, and the user hears about the drafts once.
+    void unwritableStateFolder()
+    {
+        ModelHarness h;
+        DraftStore store(h.path("drafts"));
+        QVERIFY(store.acquire());
+        DraftKeeper keeper(*h.model, store);
+        QVERIFY(QDir(h.path("drafts")).removeRecursively());
+        writeFile(h.path("drafts"), "not a folder");
+        QVERIFY(QFile::remove(h.path("settings.ini")));
+        QVERIFY(QDir(h.dir.path()).mkdir("settings.ini"));
+
+        h.editDraft("a.md", "saved", "typed");
+        keeper.writeAllNow();
+        QTRY_COMPARE(h.platform.alerts.size(), 1);
+        QVERIFY(alertText(h.platform.alerts.first())
+                    .startsWith("无法保存恢复草稿 | Tarn 无法把未保存的修改写入恢复文件夹。"));
+        h.model->selectedDocument()->updateDraft("typed more");
+        keeper.writeAllNow();
+        QTRY_COMPARE(h.events().count("draft.save.failure"), 2);
+        const LogLine draft = h.lastLine("draft.save.failure");
+        QCOMPARE(draft.metadata.value("path"), h.path("a.md"));
+        QVERIFY(draft.metadata.value("error").contains("draft-"));
+        QCOMPARE(h.platform.alerts.size(), 1);
+
+        h.model->toggleOutline();
+        const LogLine settings = h.lastLine("settings.save.failure");
+        QCOMPARE(settings.metadata.value("path"), h.path("settings.ini"));
+        QVERIFY(!settings.metadata.value("error").isEmpty());
+    }
+
     void changeOnDisk_data()
     {
         // The change ("write", "rename over", "delete"), the tab has unsaved edits, the answer
