@@ -80,6 +80,9 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void contactDetails();
     void singleInstanceKey_data();
     void singleInstanceKey();
+    void singleInstanceSocket_data();
+    void singleInstanceSocket();
+    void qtPlatformReachesTheDesktop();
     void filePanels_data();
     void filePanels();
 };
