@@ -319,4 +319,4 @@ void AppTest::filePanels()
     QVERIFY2(!noteRow.at(3).contains(QRegularExpression("[A-Za-z]")), qPrintable(noteRow.at(3)));
 }
 
-#include "DesktopServicesTest.moc"
+#include "tst_desktop_services.moc"

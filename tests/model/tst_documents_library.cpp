@@ -228,4 +228,4 @@ private slots:
 
 MODEL_TEST_RUNNER(TestDocumentsLibrary)
 
-#include "TestDocumentsLibrary.moc"
+#include "tst_documents_library.moc"

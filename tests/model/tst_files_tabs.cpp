@@ -319,4 +319,4 @@ private slots:
 
 MODEL_TEST_RUNNER(TestFilesTabs)
 
-#include "TestFilesTabs.moc"
+#include "tst_files_tabs.moc"

@@ -64,4 +64,4 @@ private slots:
 
 MODEL_TEST_RUNNER(TestSerialWorker)
 
-#include "TestSerialWorker.moc"
+#include "tst_serial_worker.moc"
