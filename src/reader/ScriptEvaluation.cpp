@@ -1,6 +1,8 @@
 // The page only reports values, never exceptions, so the script is wrapped to report both.
 #include "ScriptEvaluation.h"
 
+#include "PageNumbers.h"
+
 #include <QPointer>
 #include <QVariantMap>
 #include <QWebEnginePage>
@@ -49,17 +51,9 @@ void evaluateScript(QWebEnginePage *page, const QString &script, QObject *contex
 
 bool isReadyResult(const QVariant &value)
 {
-    switch (value.typeId()) {
-    case QMetaType::Bool:
+    if (value.typeId() == QMetaType::Bool)
         return value.toBool();
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
+    if (isPageNumber(value))
         return value.toDouble() != 0.0;
-    default:
-        return true;
-    }
+    return true;
 }
