@@ -6,6 +6,7 @@
 #include "MarkdownRenderer.h"
 #include "PdfExportService.h"
 #include "Platform.h"
+#include "Utf16Text.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -36,13 +37,8 @@ QString AppModel::exportedPage(TarnDocument *document) const
 {
     const QString text = document->isDirty() ? document->draft() : document->content();
     const QString title = document->title();
-    const RenderedMarkdown page = MarkdownRenderer::render(
-        std::u16string_view(reinterpret_cast<const char16_t *>(text.utf16()),
-                            std::size_t(text.size())),
-        m_theme,
-        std::u16string_view(reinterpret_cast<const char16_t *>(title.utf16()),
-                            std::size_t(title.size())),
-        m_markdownFlavor);
+    const RenderedMarkdown page =
+        MarkdownRenderer::render(u16View(text), m_theme, u16View(title), m_markdownFlavor);
     return QString::fromStdU16String(page.html);
 }
 

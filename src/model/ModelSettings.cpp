@@ -1,6 +1,8 @@
 // The settings store's keys and value forms; INI files lose most types, so reading is strict.
 #include "ModelSettings.h"
 
+#include "Utf16Text.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -62,10 +64,7 @@ TarnTheme readTheme(QSettings &settings)
     if (value.typeId() != QMetaType::QString)
         return TarnTheme::businessBlue;
     const QString raw = value.toString();
-    return TarnThemes::fromRawValue(
-               std::u16string_view(reinterpret_cast<const char16_t *>(raw.utf16()),
-                                   std::size_t(raw.size())))
-        .value_or(TarnTheme::businessBlue);
+    return TarnThemes::fromRawValue(u16View(raw)).value_or(TarnTheme::businessBlue);
 }
 
 bool readShowOutline(QSettings &settings)
