@@ -8,29 +8,12 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <QWebEngineView>
 
 #include <benchmark/benchmark.h>
 
 namespace {
-
-// Runs the event loop until `done` holds; gives up after a minute.
-template<typename Condition> bool spinUntil(Condition done)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > 60000)
-            return false;
-        QEventLoop loop;
-        QTimer::singleShot(5, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return true;
-}
 
 // Mostly prose, as reading documents are, with a list in every section and a code block and
 // a table in every fifth.

@@ -14,11 +14,9 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <QWebEnginePage>
 
 #include <benchmark/benchmark.h>
@@ -27,21 +25,6 @@
 #include <memory>
 
 namespace {
-
-// Runs the event loop until `done` holds; gives up after a minute.
-template<typename Condition> bool spinUntil(Condition done)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > 60000)
-            return false;
-        QEventLoop loop;
-        QTimer::singleShot(2, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return true;
-}
 
 // When the engine first painted the page's content, in milliseconds since the epoch (0 when it
 // never did): its own first-contentful-paint entry, kept on the page's timeline.

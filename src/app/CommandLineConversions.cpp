@@ -6,6 +6,7 @@
 #include "TarnDocument.h"
 #include "TarnPDFExporter.h"
 #include "TextFileReader.h"
+#include "Utf16Text.h"
 #include "WebEngineProcess.h"
 
 #include <QDir>
@@ -22,17 +23,6 @@
 
 namespace TarnCommandLine {
 namespace {
-
-QString toQString(std::u16string_view text)
-{
-    return QString::fromUtf16(text.data(), qsizetype(text.size()));
-}
-
-// The text without a copy: a 10 MB document is otherwise copied once more on the way in.
-std::u16string_view u16View(const QString &text)
-{
-    return {reinterpret_cast<const char16_t *>(text.utf16()), size_t(text.size())};
-}
 
 void print(FILE *stream, const QString &text)
 {
@@ -238,8 +228,7 @@ int runTextConversion(const Options &options, FILE *out, FILE *err)
         const Job &job = jobs[i];
         const RenderedMarkdown page = MarkdownRenderer::render(
             u16View(text.text), options.theme, job.title.toStdU16String(), options.flavor);
-        const QString html = QString::fromRawData(reinterpret_cast<const QChar *>(page.html.data()),
-                                                  qsizetype(page.html.size()));
+        const QString html = rawQString(page.html);
         const QByteArray bytes = job.output == QLatin1String("-")
                                      ? html.toUtf8()
                                      : ExportedPage::relocated(html, documentFolder(input),

@@ -8,6 +8,7 @@
 #include "EditorNotifications.h"
 #include "MenuLocalizer.h"
 #include "PlainTextEditView.h"
+#include "Utf16Text.h"
 
 #include <QApplication>
 #include <QMenu>
@@ -26,7 +27,7 @@ const char kWatchedProperty[] = "tarnWatched";
 QString themeTitle(TarnTheme theme)
 {
     const auto name = TarnThemes::displayName(theme);
-    return QString::fromUtf16(name.data(), qsizetype(name.size()));
+    return toQString(name);
 }
 
 } // namespace

@@ -5,9 +5,11 @@
 #include "FlavorHintBar.h"
 #include "MarkdownWebView.h"
 #include "OutlinePane.h"
+#include "PageNumbers.h"
 #include "ScriptEvaluation.h"
 #include "TarnDocument.h"
 #include "TarnWebView.h"
+#include "Utf16Text.h"
 #include "WindowChrome.h"
 
 #include <QHBoxLayout>
@@ -172,8 +174,7 @@ void ReaderPane::renderIfNeeded(Page &page)
     if (page.rendered && page.renderedTheme == theme && page.renderedFlavor == flavor &&
         page.renderedContent == content)
         return;
-    const std::u16string_view markdown(reinterpret_cast<const char16_t *>(content.utf16()),
-                                       std::size_t(content.size()));
+    const std::u16string_view markdown = u16View(content);
     RenderedMarkdown rendered =
         MarkdownRenderer::render(markdown, theme, page.document->title().toStdU16String(), flavor);
     page.html = QString::fromStdU16String(rendered.html);
@@ -241,10 +242,9 @@ void ReaderPane::reportReadingBlock(TarnDocument *document)
     evaluateScript((*found)->view->page(), firstVisibleBlockScript, (*found)->view,
                    [model = &m_model,
                     weakDocument = QPointer<TarnDocument>(document)](const ScriptOutcome &outcome) {
-                       bool isNumber = false;
-                       const int block = outcome.value.toInt(&isNumber);
-                       if (weakDocument && outcome.ok && isNumber)
-                           model->rememberReadingBlock(weakDocument, block);
+                       const std::optional<int> block = pageInt(outcome.value);
+                       if (weakDocument && outcome.ok && block)
+                           model->rememberReadingBlock(weakDocument, *block);
                    });
 }
 

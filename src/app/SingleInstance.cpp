@@ -1,10 +1,12 @@
 // A local socket per user; the message is a JSON array of paths followed by a newline.
 #include "SingleInstance.h"
 
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QLockFile>
 
 #include <unistd.h>
 
@@ -17,7 +19,11 @@ SingleInstance::SingleInstance(const QString &key, QObject *parent)
     , m_key(key)
 {}
 
-SingleInstance::~SingleInstance() = default;
+SingleInstance::~SingleInstance()
+{
+    // The socket goes before the lock that guards its name.
+    delete m_server;
+}
 
 QString SingleInstance::defaultKey()
 {
@@ -58,23 +64,26 @@ bool SingleInstance::handOver(const QStringList &files, int timeoutMs) const
 
 bool SingleInstance::listen()
 {
+    // Whoever holds the lock owns the socket's name, so a socket found there was left by an
+    // instance that died and can go, without racing another launch starting at the same time.
+    auto lock = std::make_unique<QLockFile>(socketPath() + QStringLiteral(".lock"));
+    lock->setStaleLockTime(0); // only a live process keeps it, however long it runs
+    if (!lock->tryLock(0))
+        return false;
+    QLocalServer::removeServer(m_key);
     m_server = new QLocalServer(this);
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
-    if (!m_server->listen(m_key)) {
-        // A socket that refuses connections was left behind by an instance that died: remove
-        // it and try once more. One that accepts belongs to a live instance.
-        QLocalSocket probe;
-        probe.connectToServer(m_key);
-        if (probe.waitForConnected(500)) {
-            probe.abort();
-            return false;
-        }
-        QLocalServer::removeServer(m_key);
-        if (!m_server->listen(m_key))
-            return false;
-    }
+    if (!m_server->listen(m_key))
+        return false;
+    m_lock = std::move(lock);
     connect(m_server, &QLocalServer::newConnection, this, &SingleInstance::readConnection);
     return true;
+}
+
+QString SingleInstance::socketPath() const
+{
+    // Where QLocalServer puts a socket named without a folder.
+    return QDir::isAbsolutePath(m_key) ? m_key : QDir(QDir::tempPath()).filePath(m_key);
 }
 
 void SingleInstance::readConnection()

@@ -4,6 +4,7 @@
 #include "AppModel.h"
 #include "ReaderSearchControl.h"
 #include "TarnIcons.h"
+#include "Utf16Text.h"
 #include "WindowChrome.h"
 
 #include <QHBoxLayout>
@@ -84,11 +85,10 @@ TopToolbar::TopToolbar(AppModel &model, QWidget *parent)
     // Check marks, not radio buttons; updateState keeps exactly one checked.
     for (const TarnTheme theme : TarnThemes::allCases) {
         const auto name = TarnThemes::displayName(theme);
-        QAction *action = m_themeMenu->addAction(
-            QString::fromUtf16(name.data(), qsizetype(name.size())), &m_model, [this, theme] {
-                m_model.setTheme(theme);
-                updateState(); // the current theme chosen again keeps its check mark
-            });
+        QAction *action = m_themeMenu->addAction(toQString(name), &m_model, [this, theme] {
+            m_model.setTheme(theme);
+            updateState(); // the current theme chosen again keeps its check mark
+        });
         action->setCheckable(true);
         action->setData(int(theme));
     }

@@ -42,7 +42,7 @@ const std::array<char16_t, 0x10000> &bmpFoldTable()
 void foldText(QStringView text, int from, int to, FoldedText &out)
 {
     const auto &table = bmpFoldTable();
-    const char16_t *units = reinterpret_cast<const char16_t *>(text.utf16());
+    const char16_t *units = text.utf16();
     out.units.clear();
     out.sources.clear();
     out.units.reserve(size_t(to - from));
@@ -61,8 +61,8 @@ void foldText(QStringView text, int from, int to, FoldedText &out)
             width = 2;
         UChar folded[8];
         UErrorCode status = U_ZERO_ERROR;
-        const int32_t length = u_strFoldCase(folded, 8, reinterpret_cast<const UChar *>(units + i),
-                                             width, U_FOLD_CASE_DEFAULT, &status);
+        const int32_t length =
+            u_strFoldCase(folded, 8, units + i, width, U_FOLD_CASE_DEFAULT, &status);
         if (U_SUCCESS(status) && length > 0) {
             for (int32_t k = 0; k < length; ++k) {
                 out.units.push_back(folded[k]);

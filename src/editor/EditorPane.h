@@ -1,7 +1,7 @@
 // The editing view of one document: toolbar, text view and the floating find panel.
 #pragma once
 
-#include "LineEndings.h"
+#include "DraftLineBreaks.h"
 
 #include <TarnDocument.h>
 #include <TarnTheme.h>

@@ -36,6 +36,11 @@ AppModel::AppModel(QSettings &settings, Platform &platform, PdfExportService &pd
     connect(m_diskWatcher, &DiskWatcher::fileChanged, this, &AppModel::checkDocumentOnDisk);
     connect(m_exporter, &DocumentExporter::failed, this,
             [this](const QString &error) { showAlert(QStringLiteral("导出失败"), error); });
+    // The parts wrote back what they read; a store that cannot be written shows here first.
+    checkSettingsWritten(m_settings.status() == QSettings::NoError);
+    const auto notWritten = [this] { checkSettingsWritten(false); };
+    connect(m_library, &FileLibrary::settingsNotWritten, this, notWritten);
+    connect(m_reader, &ReaderState::settingsNotWritten, this, notWritten);
 }
 
 AppModel::~AppModel() = default;
@@ -99,7 +104,7 @@ void AppModel::setShowOutline(bool show)
 {
     const bool changed = m_showOutline != show;
     m_showOutline = show;
-    ModelSettings::writeShowOutline(m_settings, show);
+    checkSettingsWritten(ModelSettings::writeShowOutline(m_settings, show));
     if (changed)
         emit showOutlineChanged();
 }
@@ -116,7 +121,7 @@ void AppModel::setTheme(TarnTheme theme)
 {
     const bool changed = m_theme != theme;
     m_theme = theme;
-    ModelSettings::writeTheme(m_settings, theme);
+    checkSettingsWritten(ModelSettings::writeTheme(m_settings, theme));
     if (changed)
         emit themeChanged();
 }
@@ -243,6 +248,14 @@ void AppModel::showAlert(const QString &title, const QString &message)
 void AppModel::log(const QString &event, const QMap<QString, QString> &metadata)
 {
     m_logger.log(event, metadata);
+}
+
+void AppModel::checkSettingsWritten(bool written)
+{
+    if (!written)
+        log(QStringLiteral("settings.save.failure"),
+            {{QStringLiteral("path"), m_settings.fileName()},
+             {QStringLiteral("error"), ModelSettings::failureText(m_settings)}});
 }
 
 void AppModel::revealUsageLog()

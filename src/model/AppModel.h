@@ -173,6 +173,8 @@ public:
     // Opens the drafts that survived a crash as unsaved tabs, the last in the editor, and says
     // which files they are.
     void restoreDrafts(const QList<RecoveredDraft> &drafts);
+    // Says once that unsaved edits are no longer kept safe on disk.
+    void warnDraftsUnwritable(const QString &error);
     void rememberScroll(TarnDocument *document, double y);
     void toggleOutline();
 
@@ -241,6 +243,8 @@ private:
     void openURL(const QUrl &url);
     void showAlert(const QString &title, const QString &message);
     void log(const QString &event, const QMap<QString, QString> &metadata = {});
+    // A settings write that did not reach the disk is logged; the value stays in memory.
+    void checkSettingsWritten(bool written);
     // Selection changes that leave editing and forget the page's state.
     void selectAndReset(const QUuid &id);
     // Where a panel about `document` starts: its folder, or else the last folder a panel chose.

@@ -104,3 +104,15 @@ void AppModel::restoreDrafts(const QList<RecoveredDraft> &drafts)
         QStringLiteral("Tarn 上次没有正常退出，以下文件的未保存修改已恢复，请检查后保存：\n") +
             names.join(u'\n'));
 }
+
+void AppModel::warnDraftsUnwritable(const QString &error)
+{
+    m_platform.runModalAlert(ModalAlert{
+        AlertStyle::warning,
+        QStringLiteral("无法保存恢复草稿"),
+        QStringLiteral(
+            "Tarn 无法把未保存的修改写入恢复文件夹。如果 Tarn 意外退出，这些修改将会丢失，"
+            "请及时保存你的文件。\n\n") +
+            error,
+        {QStringLiteral("好")}});
+}

@@ -3,6 +3,7 @@
 
 #include "DocumentExporter.h"
 #include "Platform.h"
+#include "Utf16Text.h"
 
 std::optional<QUrl> AppModel::runExportPanel(TarnDocument *document, const QString &title,
                                              const QString &extension, const QString &nameFilter,

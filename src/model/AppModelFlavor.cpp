@@ -2,11 +2,12 @@
 #include "AppModel.h"
 
 #include "ModelSettings.h"
+#include "Utf16Text.h"
 #include "gfm/FlavorHints.h"
 
 void AppModel::setMarkdownFlavor(MarkdownFlavor flavor)
 {
-    ModelSettings::writeMarkdownFlavor(m_settings, flavor);
+    checkSettingsWritten(ModelSettings::writeMarkdownFlavor(m_settings, flavor));
     if (m_markdownFlavor == flavor)
         return;
     m_markdownFlavor = flavor;
@@ -27,7 +28,7 @@ void AppModel::closeFlavorHint()
         m_flavorHintClosedUnsaved.insert(document->id());
     } else {
         m_flavorHintClosed.insert(path);
-        ModelSettings::writeFlavorHintClosed(m_settings, m_flavorHintClosed);
+        checkSettingsWritten(ModelSettings::writeFlavorHintClosed(m_settings, m_flavorHintClosed));
     }
     updateFlavorHint();
 }
@@ -41,10 +42,7 @@ void AppModel::updateFlavorHint()
     if (shows) {
         // The saved text, as the reader shows it.
         const QString text = document->content();
-        shows = FlavorHints::firstStandardConstruct(
-                    std::u16string_view(reinterpret_cast<const char16_t *>(text.utf16()),
-                                        std::size_t(text.size())))
-                    .has_value();
+        shows = FlavorHints::firstStandardConstruct(u16View(text)).has_value();
     }
     if (m_showsFlavorHint == shows)
         return;

@@ -15,5 +15,5 @@ void AppModel::openStoredFile(const StoredFile &file)
         return;
     }
     showAlert(QStringLiteral("文件不可用"),
-              QStringLiteral("Tarn 无法继续访问这个文件。请从访达重新打开它，以刷新文件权限。"));
+              QStringLiteral("Tarn 无法继续访问这个文件。它可能已被移动、重命名或删除。"));
 }

@@ -1,5 +1,6 @@
 // The rendered page as an HTML file or, through the PDF export service, a PDF.
 #include "DocumentExporter.h"
+#include "Utf16Text.h"
 
 #include "AtomicFileWriter.h"
 #include "ExportedPage.h"
@@ -22,13 +23,8 @@ QString DocumentExporter::page(const TarnDocument &document, TarnTheme theme, Ma
 {
     const QString text = document.isDirty() ? document.draft() : document.content();
     const QString title = document.title();
-    const RenderedMarkdown page = MarkdownRenderer::render(
-        std::u16string_view(reinterpret_cast<const char16_t *>(text.utf16()),
-                            std::size_t(text.size())),
-        theme,
-        std::u16string_view(reinterpret_cast<const char16_t *>(title.utf16()),
-                            std::size_t(title.size())),
-        flavor);
+    const RenderedMarkdown page =
+        MarkdownRenderer::render(u16View(text), theme, u16View(title), flavor);
     return QString::fromStdU16String(page.html);
 }
 

@@ -16,7 +16,20 @@ DraftKeeper::DraftKeeper(AppModel &model, DraftStore &store, QObject *parent)
     m_timer.setInterval(writeDelayMs);
     connect(&m_timer, &QTimer::timeout, this, &DraftKeeper::writeChanged);
     connect(&m_model, &AppModel::tabsChanged, this, &DraftKeeper::watchNewDocuments);
+    // Queued: the store reports from its writer thread.
+    connect(&m_store, &DraftStore::saveFailed, this, &DraftKeeper::onSaveFailed,
+            Qt::QueuedConnection);
+    connect(this, &DraftKeeper::draftsUnwritable, &m_model, &AppModel::warnDraftsUnwritable);
     watchNewDocuments();
+}
+
+void DraftKeeper::onSaveFailed(const QString &documentPath, const QString &error)
+{
+    m_model.logger().log(
+        QStringLiteral("draft.save.failure"),
+        {{QStringLiteral("path"), documentPath}, {QStringLiteral("error"), error}});
+    if (!std::exchange(m_failed, true))
+        emit draftsUnwritable(error);
 }
 
 void DraftKeeper::watchNewDocuments()
@@ -81,10 +94,16 @@ void DraftKeeper::restore()
 {
     QList<BrokenDraftFile> broken;
     const QList<RecoveredDraft> drafts = m_store.readAll(&broken);
-    for (const BrokenDraftFile &file : broken)
+    for (const BrokenDraftFile &file : broken) {
         m_model.logger().log(
             QStringLiteral("draft.recovery.failure"),
             {{QStringLiteral("path"), file.path}, {QStringLiteral("error"), file.error}});
+        // Left in place it is only read again at the next start, so the user is not alarmed.
+        if (!file.moveError.isEmpty())
+            m_model.logger().log(
+                QStringLiteral("draft.save.failure"),
+                {{QStringLiteral("path"), file.path}, {QStringLiteral("error"), file.moveError}});
+    }
     if (drafts.isEmpty())
         return;
     m_model.restoreDrafts(drafts);

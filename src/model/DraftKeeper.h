@@ -28,7 +28,13 @@ public:
     // the process ends on a signal or a logout.
     void writeAllNow();
 
+signals:
+    // The first recovery file of the session that could not be written or removed: from now on
+    // a crash may lose unsaved edits. Emitted once.
+    void draftsUnwritable(const QString &error);
+
 private:
+    void onSaveFailed(const QString &documentPath, const QString &error);
     void watchNewDocuments();
     void onDirtyChanged(TarnDocument *document);
     void writeChanged();
@@ -38,5 +44,6 @@ private:
     QSet<TarnDocument *> m_watched;
     QList<QPointer<TarnDocument>> m_changed;
     QSet<QString> m_kept; // documents with a recovery file, written or queued
+    bool m_failed = false;
     QTimer m_timer;
 };

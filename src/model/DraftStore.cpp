@@ -1,7 +1,8 @@
-// DraftStore: the folder lock, the writer thread and the recovery file format.
+// DraftStore: the folder lock, the background writer and the recovery file format.
 #include "DraftStore.h"
 
 #include "AtomicFileWriter.h"
+#include "SerialWorker.h"
 #include "StateHome.h"
 
 #include <QCryptographicHash>
@@ -12,45 +13,33 @@
 #include <QLockFile>
 
 #include <algorithm>
-#include <condition_variable>
 #include <map>
 #include <mutex>
-#include <thread>
 #include <tuple>
 
+// Requests wait in a map so that only the last one for each document is carried out; one
+// drain task on the worker takes whatever has gathered by the time it runs.
 class DraftStore::Writer
 {
 public:
-    explicit Writer(const DraftStore &store)
+    explicit Writer(DraftStore &store)
         : m_store(store)
-        , m_thread([this] { run(); })
     {}
-
-    ~Writer()
-    {
-        {
-            std::lock_guard lock(m_mutex);
-            m_stopping = true;
-        }
-        m_wake.notify_one();
-        m_thread.join();
-    }
 
     // `draft` empty: remove the file.
     void enqueue(const QString &documentPath, std::optional<QString> draft)
     {
+        bool first = false;
         {
             std::lock_guard lock(m_mutex);
+            first = m_pending.empty();
             m_pending[documentPath] = Request{std::move(draft), QDateTime::currentDateTimeUtc()};
         }
-        m_wake.notify_one();
+        if (first)
+            m_worker.post([this] { drain(); });
     }
 
-    void flush()
-    {
-        std::unique_lock lock(m_mutex);
-        m_drained.wait(lock, [this] { return m_pending.empty() && !m_busy; });
-    }
+    void flush() { m_worker.flush(); }
 
 private:
     struct Request
@@ -59,44 +48,38 @@ private:
         QDateTime time;
     };
 
-    void run()
+    void drain()
     {
-        for (;;) {
-            std::map<QString, Request> batch;
-            {
-                std::unique_lock lock(m_mutex);
-                m_busy = false;
-                m_drained.notify_all();
-                m_wake.wait(lock, [this] { return !m_pending.empty() || m_stopping; });
-                if (m_pending.empty())
-                    return; // stopping, and nothing left to write
-                batch.swap(m_pending);
-                m_busy = true;
-            }
-            for (const auto &[documentPath, request] : batch) {
-                const QString file = m_store.fileFor(documentPath);
-                // A failed write keeps the previous recovery file, which is the best left to do.
-                if (request.draft)
-                    AtomicFileWriter::write(
-                        file, encode(RecoveredDraft{documentPath, *request.draft, request.time}));
-                else
-                    QFile::remove(file);
+        std::map<QString, Request> batch;
+        {
+            std::lock_guard lock(m_mutex);
+            batch.swap(m_pending);
+        }
+        for (const auto &[documentPath, request] : batch) {
+            const QString file = m_store.fileFor(documentPath);
+            // A failed write keeps the previous recovery file, which is the best left to do.
+            if (request.draft) {
+                const FileWriteResult result = AtomicFileWriter::write(
+                    file, encode(RecoveredDraft{documentPath, *request.draft, request.time}));
+                if (!result.ok)
+                    emit m_store.saveFailed(documentPath, result.errorString);
+            } else {
+                QFile recoveryFile(file);
+                if (!recoveryFile.remove() && recoveryFile.exists())
+                    emit m_store.saveFailed(documentPath, recoveryFile.errorString());
             }
         }
     }
 
-    const DraftStore &m_store;
+    DraftStore &m_store;
     std::mutex m_mutex;
-    std::condition_variable m_wake;
-    std::condition_variable m_drained;
     std::map<QString, Request> m_pending;
-    bool m_busy = true; // until the thread first waits
-    bool m_stopping = false;
-    std::thread m_thread;
+    SerialWorker m_worker; // last: stops, writing what is queued, before the map goes
 };
 
-DraftStore::DraftStore(const QString &folder)
-    : m_folder(folder)
+DraftStore::DraftStore(const QString &folder, QObject *parent)
+    : QObject(parent)
+    , m_folder(folder)
 {}
 
 DraftStore::~DraftStore() = default;
@@ -179,9 +162,11 @@ QList<RecoveredDraft> DraftStore::readAll(QList<BrokenDraftFile> *broken) const
         file.close();
         const QString aside = path + QStringLiteral(".broken");
         QFile::remove(aside);
-        QFile::rename(path, aside);
+        // Left in place, the file is only tried again at the next start.
+        const bool movedAside = file.rename(aside);
         if (broken)
-            broken->append(BrokenDraftFile{aside, error});
+            broken->append(BrokenDraftFile{movedAside ? aside : path, error,
+                                           movedAside ? QString() : file.errorString()});
     }
     std::sort(drafts.begin(), drafts.end(), [](const auto &a, const auto &b) {
         return std::tie(a.savedAt, a.path) < std::tie(b.savedAt, b.path);

@@ -1,9 +1,10 @@
 // Recovery files of unsaved drafts: one per document in Tarn's state folder, written atomically
-// on a thread of its own so that typing never waits for the disk.
+// on a worker thread so that typing never waits for the disk.
 #pragma once
 
 #include <QDateTime>
 #include <QList>
+#include <QObject>
 #include <QString>
 
 #include <memory>
@@ -20,17 +21,20 @@ struct RecoveredDraft
 
 struct BrokenDraftFile
 {
-    QString path; // where it was kept aside
+    QString path; // where it was kept aside, or its own place when it could not be moved
     QString error;
+    QString moveError; // why it could not be moved aside; empty when it was
 };
 
-class DraftStore
+class DraftStore : public QObject
 {
+    Q_OBJECT
+
 public:
     // Creates `folder` when it takes the lock.
-    explicit DraftStore(const QString &folder);
+    explicit DraftStore(const QString &folder, QObject *parent = nullptr);
     // Writes what is still queued.
-    ~DraftStore();
+    ~DraftStore() override;
     DraftStore(const DraftStore &) = delete;
     DraftStore &operator=(const DraftStore &) = delete;
 
@@ -52,12 +56,17 @@ public:
     // Blocks until everything queued so far is on disk.
     void flush();
 
-    // The drafts the folder holds, oldest first (then by path). Files that cannot be read are renamed with a
+    // The drafts the folder holds, oldest first (then by path). Files that cannot be read are
+    // renamed with a
     // ".broken" suffix and reported in `broken`.
     QList<RecoveredDraft> readAll(QList<BrokenDraftFile> *broken = nullptr) const;
 
     static QByteArray encode(const RecoveredDraft &draft);
     static std::optional<RecoveredDraft> decode(const QByteArray &bytes, QString *error);
+
+signals:
+    // A recovery file could not be written or removed; emitted on the writer thread.
+    void saveFailed(const QString &documentPath, const QString &error);
 
 private:
     class Writer;

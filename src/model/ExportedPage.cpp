@@ -2,6 +2,7 @@
 #include "ExportedPage.h"
 
 #include "MarkdownRenderer.h"
+#include "Utf16Text.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -192,11 +193,6 @@ Attribute attributeKind(QStringView element, QStringView attribute)
     return Attribute::other;
 }
 
-std::u16string_view utf16(const QString &text)
-{
-    return {reinterpret_cast<const char16_t *>(text.utf16()), std::size_t(text.size())};
-}
-
 } // namespace
 
 QString relocated(const QString &page, const QString &documentFolder, const QString &outputFolder)
@@ -250,7 +246,8 @@ QString relocated(const QString &page, const QString &documentFolder, const QStr
                 if (out.isEmpty())
                     out.reserve(page.size() + 1024);
                 out += QStringView(page).sliced(copied, valueBegin - copied);
-                out += QString::fromStdU16String(MarkdownRenderer::escapeAttribute(utf16(*moved)));
+                out +=
+                    QString::fromStdU16String(MarkdownRenderer::escapeAttribute(u16View(*moved)));
                 copied = valueEnd;
             }
             i = valueEnd + 1;

@@ -26,13 +26,16 @@ FileLibrary::FileLibrary(QSettings &settings, Platform &platform, TarnClock cloc
     , m_clock(std::move(clock))
     , m_storedFiles(ModelSettings::readStoredFiles(settings))
 {
-    ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
+    // Written straight back: a value that could not be read is replaced. A store that cannot be
+    // written shows in its status, which the owner checks once the parts are made.
+    static_cast<void>(ModelSettings::writeStoredFiles(m_settings, m_storedFiles));
 }
 
 void FileLibrary::setStoredFiles(const QList<StoredFile> &files)
 {
     m_storedFiles = files;
-    ModelSettings::writeStoredFiles(m_settings, m_storedFiles);
+    if (!ModelSettings::writeStoredFiles(m_settings, m_storedFiles))
+        emit settingsNotWritten();
     emit storedFilesChanged();
     emit filteredStoredFilesChanged();
 }

@@ -48,6 +48,8 @@ signals:
     void storedFilesChanged();
     void fileFilterChanged();
     void filteredStoredFilesChanged();
+    // A write of the settings store did not reach the disk.
+    void settingsNotWritten();
 
 private:
     std::optional<QByteArray> makeBookmark(const QString &path);

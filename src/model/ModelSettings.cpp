@@ -1,6 +1,8 @@
 // The settings store's keys and value forms; INI files lose most types, so reading is strict.
 #include "ModelSettings.h"
 
+#include "Utf16Text.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -33,10 +35,11 @@ std::optional<QJsonDocument> readJsonBlob(QSettings &settings, const char *key)
     return document;
 }
 
-void store(QSettings &settings, const char *key, const QVariant &value)
+bool store(QSettings &settings, const char *key, const QVariant &value)
 {
     settings.setValue(QLatin1String(key), value);
     settings.sync();
+    return settings.status() == QSettings::NoError;
 }
 
 } // namespace
@@ -61,10 +64,7 @@ TarnTheme readTheme(QSettings &settings)
     if (value.typeId() != QMetaType::QString)
         return TarnTheme::businessBlue;
     const QString raw = value.toString();
-    return TarnThemes::fromRawValue(
-               std::u16string_view(reinterpret_cast<const char16_t *>(raw.utf16()),
-                                   std::size_t(raw.size())))
-        .value_or(TarnTheme::businessBlue);
+    return TarnThemes::fromRawValue(u16View(raw)).value_or(TarnTheme::businessBlue);
 }
 
 bool readShowOutline(QSettings &settings)
@@ -137,48 +137,55 @@ QSet<QString> readFlavorHintClosed(QSettings &settings)
     return paths;
 }
 
-void writeTheme(QSettings &settings, TarnTheme theme)
+bool writeTheme(QSettings &settings, TarnTheme theme)
 {
     const std::string_view raw = TarnThemes::rawValue(theme);
-    store(settings, themeKey, QString::fromLatin1(raw.data(), qsizetype(raw.size())));
+    return store(settings, themeKey, QString::fromLatin1(raw.data(), qsizetype(raw.size())));
 }
 
-void writeShowOutline(QSettings &settings, bool show)
+bool writeShowOutline(QSettings &settings, bool show)
 {
-    store(settings, showOutlineKey, show);
+    return store(settings, showOutlineKey, show);
 }
 
-void writeStoredFiles(QSettings &settings, const QList<StoredFile> &files)
+bool writeStoredFiles(QSettings &settings, const QList<StoredFile> &files)
 {
-    if (const auto json = StoredFiles::encode(files))
-        store(settings, storedFilesKey, *json);
+    const auto json = StoredFiles::encode(files);
+    return !json || store(settings, storedFilesKey, *json);
 }
 
-void writeReadPositions(QSettings &settings, const ReadPositions &positions)
+bool writeReadPositions(QSettings &settings, const ReadPositions &positions)
 {
     QJsonObject object;
     for (auto it = positions.positions().begin(); it != positions.positions().end(); ++it) {
         if (!std::isfinite(it.value()))
-            return;
+            return true;
         object.insert(it.key(), it.value());
     }
     settings.setValue(QLatin1String(readPositionOrderKey),
                       QJsonDocument(QJsonArray::fromStringList(positions.order()))
                           .toJson(QJsonDocument::Compact));
-    store(settings, readPositionsKey, QJsonDocument(object).toJson(QJsonDocument::Compact));
+    return store(settings, readPositionsKey, QJsonDocument(object).toJson(QJsonDocument::Compact));
 }
 
-void writeMarkdownFlavor(QSettings &settings, MarkdownFlavor flavor)
+bool writeMarkdownFlavor(QSettings &settings, MarkdownFlavor flavor)
 {
-    store(settings, markdownFlavorKey, flavorName(flavor));
+    return store(settings, markdownFlavorKey, flavorName(flavor));
 }
 
-void writeFlavorHintClosed(QSettings &settings, const QSet<QString> &paths)
+bool writeFlavorHintClosed(QSettings &settings, const QSet<QString> &paths)
 {
     QStringList sorted(paths.begin(), paths.end());
     sorted.sort();
-    store(settings, flavorHintClosedKey,
-          QJsonDocument(QJsonArray::fromStringList(sorted)).toJson(QJsonDocument::Compact));
+    return store(settings, flavorHintClosedKey,
+                 QJsonDocument(QJsonArray::fromStringList(sorted)).toJson(QJsonDocument::Compact));
+}
+
+QString failureText(const QSettings &settings)
+{
+    if (settings.status() == QSettings::FormatError)
+        return QStringLiteral("设置文件“%1”的格式有误。").arg(settings.fileName());
+    return QStringLiteral("无法写入设置文件“%1”。").arg(settings.fileName());
 }
 
 } // namespace ModelSettings

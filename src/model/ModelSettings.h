@@ -38,12 +38,16 @@ ReadPositions readReadPositions(QSettings &settings);
 MarkdownFlavor readMarkdownFlavor(QSettings &settings);
 QSet<QString> readFlavorHintClosed(QSettings &settings);
 
-// Writers store at once; a value that cannot be encoded leaves the store as it was.
-void writeTheme(QSettings &settings, TarnTheme theme);
-void writeShowOutline(QSettings &settings, bool show);
-void writeStoredFiles(QSettings &settings, const QList<StoredFile> &files);
-void writeReadPositions(QSettings &settings, const ReadPositions &positions);
-void writeMarkdownFlavor(QSettings &settings, MarkdownFlavor flavor);
-void writeFlavorHintClosed(QSettings &settings, const QSet<QString> &paths);
+// Writers store at once; a value that cannot be encoded leaves the store as it was. False when
+// the store could not be written to disk (see failureText).
+[[nodiscard]] bool writeTheme(QSettings &settings, TarnTheme theme);
+[[nodiscard]] bool writeShowOutline(QSettings &settings, bool show);
+[[nodiscard]] bool writeStoredFiles(QSettings &settings, const QList<StoredFile> &files);
+[[nodiscard]] bool writeReadPositions(QSettings &settings, const ReadPositions &positions);
+[[nodiscard]] bool writeMarkdownFlavor(QSettings &settings, MarkdownFlavor flavor);
+[[nodiscard]] bool writeFlavorHintClosed(QSettings &settings, const QSet<QString> &paths);
+
+// Why the last write did not reach the disk, for the log.
+QString failureText(const QSettings &settings);
 
 } // namespace ModelSettings

@@ -96,6 +96,7 @@ void ReaderState::rememberReadingBlock(const QUuid &document, int block)
 
 void ReaderState::rememberReadPosition(const QString &path, double y)
 {
-    if (m_readPositions.remember(path, y))
-        ModelSettings::writeReadPositions(m_settings, m_readPositions);
+    if (m_readPositions.remember(path, y) &&
+        !ModelSettings::writeReadPositions(m_settings, m_readPositions))
+        emit settingsNotWritten();
 }

@@ -75,6 +75,8 @@ signals:
     void searchNavigationRequestChanged();
     void currentHeadingIDChanged();
     void scrollTargetIDChanged();
+    // A write of the settings store did not reach the disk.
+    void settingsNotWritten();
 
 private:
     QSettings &m_settings;

@@ -1,14 +1,13 @@
 // Lines come from the renderer itself, so blocks and headings agree with the reader's page.
 #include "SourcePosition.h"
 
+#include "Utf16Text.h"
+
 namespace SourcePosition {
 
 MarkdownRenderer::Fragment fragmentOf(const QString &markdown, MarkdownFlavor flavor)
 {
-    return MarkdownRenderer::renderFragment(
-        std::u16string_view(reinterpret_cast<const char16_t *>(markdown.utf16()),
-                            std::size_t(markdown.size())),
-        flavor);
+    return MarkdownRenderer::renderFragment(u16View(markdown), flavor);
 }
 
 int lineOfBlock(const QString &markdown, MarkdownFlavor flavor, int block)

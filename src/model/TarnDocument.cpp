@@ -1,6 +1,8 @@
 // TarnDocument: draft tracking and the display-title rule.
 #include "TarnDocument.h"
 
+#include "Utf16Text.h"
+
 #include <QFileInfo>
 
 #include <unicode/unorm.h>
@@ -136,8 +138,8 @@ bool TarnDocument::canonicallyEqual(const QString &a, const QString &b)
                            isNormalizationBoundary(b, b.size() - suffix)))
         --suffix;
 
-    const auto *middleA = reinterpret_cast<const UChar *>(a.utf16()) + prefix;
-    const auto *middleB = reinterpret_cast<const UChar *>(b.utf16()) + prefix;
+    const UChar *middleA = u16View(a).data() + prefix;
+    const UChar *middleB = u16View(b).data() + prefix;
     UErrorCode status = U_ZERO_ERROR;
     const int32_t order = unorm_compare(middleA, int32_t(a.size() - prefix - suffix), middleB,
                                         int32_t(b.size() - prefix - suffix), 0, &status);

@@ -1,7 +1,8 @@
-// The usage log's writer thread: a serial queue of lines, rotation and the append rule.
+// The usage log's writer: lines queued to a worker thread, rotation and the append rule.
 #include "TarnUsageLogger.h"
 
 #include "Platform.h"
+#include "SerialWorker.h"
 #include "StateHome.h"
 
 #include <QDir>
@@ -10,12 +11,6 @@
 #include <QSaveFile>
 
 #include <algorithm>
-#include <condition_variable>
-#include <deque>
-#include <functional>
-#include <future>
-#include <mutex>
-#include <thread>
 
 namespace {
 
@@ -35,6 +30,8 @@ bool hasSurrogates(const QString &s)
 
 } // namespace
 
+// The log file as the worker thread sees it. The file is kept open while a burst of lines is
+// written, so the size is tracked here instead of being read back before every line.
 class TarnUsageLogger::Writer
 {
 public:
@@ -42,34 +39,26 @@ public:
         : m_logPath(logPath)
         , m_previousPath(previousPath)
         , m_clock(std::move(clock))
-        , m_thread([this] { run(); })
+        , m_worker([this] { closeFile(); })
     {}
-
-    ~Writer()
-    {
-        {
-            std::lock_guard lock(m_mutex);
-            m_stopping = true;
-        }
-        m_wake.notify_one();
-        m_thread.join();
-    }
 
     void enqueueLine(const QString &event, const QMap<QString, QString> &metadata)
     {
-        enqueue(Job{event, metadata, {}});
+        m_worker.post([this, event, metadata] {
+            rotateIfNeeded();
+            append(formatLine(m_clock(), event, metadata));
+        });
     }
 
-    // Runs `task` on the writer thread after every earlier job and waits for it.
+    // Runs `task` on the worker thread after every earlier line, with the file closed, and
+    // waits for it.
     void runAndWait(std::function<void()> task)
     {
-        std::promise<void> done;
-        std::future<void> finished = done.get_future();
-        enqueue(Job{{}, {}, [&] {
-                        task();
-                        done.set_value();
-                    }});
-        finished.wait();
+        m_worker.post([this, task = std::move(task)] {
+            closeFile();
+            task();
+        });
+        m_worker.flush();
     }
 
     void appendCreatedLineIfMissing()
@@ -79,57 +68,6 @@ public:
     }
 
 private:
-    struct Job
-    {
-        QString event;
-        QMap<QString, QString> metadata;
-        std::function<void()> task; // set for barriers; then the line fields are unused
-    };
-
-    void enqueue(Job job)
-    {
-        bool wake = false;
-        {
-            std::lock_guard lock(m_mutex);
-            m_queue.push_back(std::move(job));
-            wake = m_idle;
-        }
-        // Waking costs a system call; skip it while the writer is still draining.
-        if (wake)
-            m_wake.notify_one();
-    }
-
-    void run()
-    {
-        std::deque<Job> batch;
-        for (;;) {
-            {
-                std::unique_lock lock(m_mutex);
-                while (m_queue.empty() && !m_stopping) {
-                    m_idle = true;
-                    m_wake.wait(lock);
-                }
-                m_idle = false;
-                if (m_queue.empty())
-                    return; // stopping, and nothing left to write
-                batch.swap(m_queue);
-            }
-            for (Job &job : batch) {
-                if (job.task) {
-                    closeFile();
-                    job.task();
-                } else {
-                    rotateIfNeeded();
-                    append(formatLine(m_clock(), job.event, job.metadata));
-                }
-            }
-            batch.clear();
-            closeFile();
-        }
-    }
-
-    // The file is kept open while a batch of lines is written, so the size is tracked here
-    // instead of being read back before every line.
     void rotateIfNeeded()
     {
         qint64 size = 0;
@@ -177,18 +115,11 @@ private:
     const QString m_logPath;
     const QString m_previousPath;
     const TarnClock m_clock;
-
-    std::mutex m_mutex;
-    std::condition_variable m_wake;
-    std::deque<Job> m_queue;
-    bool m_idle = false;
-    bool m_stopping = false;
-
-    // Used on the writer thread only.
+    // Used on the worker thread only.
     QFile m_file;
     qint64 m_openSize = 0;
 
-    std::thread m_thread; // last: starts once everything above is ready
+    SerialWorker m_worker; // last: stops, writing what is queued, before the file goes
 };
 
 TarnUsageLogger::TarnUsageLogger(const QString &folder, TarnClock clock)

@@ -70,25 +70,13 @@ struct Detected
 
 std::optional<Detected> detect(const QByteArray &bytes)
 {
-    // A byte-order mark decides the question before any guessing.
-    struct Bom
-    {
-        QByteArray mark;
-        QStringConverter::Encoding encoding;
-        const char *name;
-    };
-    const Bom boms[] = {
-        {QByteArray("\xFF\xFE\x00\x00", 4), QStringConverter::Utf32LE, "UTF-32LE"},
-        {QByteArray("\x00\x00\xFE\xFF", 4), QStringConverter::Utf32BE, "UTF-32BE"},
-        {QByteArray("\xFF\xFE", 2), QStringConverter::Utf16LE, "UTF-16LE"},
-        {QByteArray("\xFE\xFF", 2), QStringConverter::Utf16BE, "UTF-16BE"},
-    };
-    for (const Bom &bom : boms) {
-        if (bytes.startsWith(bom.mark)) {
-            if (auto text = decodeStrict(bytes.mid(bom.mark.size()), bom.encoding))
-                return Detected{*text, QString::fromLatin1(bom.name)};
-            return std::nullopt;
-        }
+    // A byte-order mark decides the question before any guessing; a UTF-8 one was tried by the
+    // caller, and text that failed there is left to the detector as before.
+    const auto marked = QStringConverter::encodingForData(bytes);
+    if (marked && *marked != QStringConverter::Utf8) {
+        if (auto text = decodeStrict(bytes, *marked))
+            return Detected{*text, QString::fromLatin1(QStringConverter::nameForEncoding(*marked))};
+        return std::nullopt;
     }
 
     UErrorCode status = U_ZERO_ERROR;

@@ -2,6 +2,7 @@
 // and the page's "tarn" messages turned into model calls one main-loop turn later.
 #include "MarkdownWebView.h"
 
+#include "PageNumbers.h"
 #include "ReaderScripts.h"
 #include "TarnWebView.h"
 
@@ -12,7 +13,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 namespace {
@@ -201,31 +201,6 @@ QString MarkdownWebViewCoordinator::jsLiteral(const QString &text)
     return ReaderScripts::stringLiteral(text);
 }
 
-std::optional<int> MarkdownWebViewCoordinator::intValue(const QVariant &value)
-{
-    constexpr double lowest = std::numeric_limits<int>::lowest();
-    constexpr double highest = std::numeric_limits<int>::max();
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Double:
-    case QMetaType::Float: {
-        const double number = value.toDouble();
-        if (!std::isfinite(number))
-            return std::nullopt;
-        return int(std::clamp(std::trunc(number), lowest, highest));
-    }
-    default:
-        return std::nullopt;
-    }
-}
-
 QString MarkdownWebViewCoordinator::restorePositionScript(double y)
 {
     QString number = QString::number(y, 'g', QLocale::FloatingPointShortest);
@@ -256,10 +231,7 @@ void MarkdownWebViewCoordinator::receive(const QVariantMap &body)
     } else if (kind == QLatin1String("scroll")) {
         const QVariant y = body.value(QStringLiteral("y"));
         // Whole numbers may arrive as integers; both reach the model as doubles.
-        const bool numeric = y.typeId() == QMetaType::Double || y.typeId() == QMetaType::Float ||
-                             y.typeId() == QMetaType::Int || y.typeId() == QMetaType::LongLong ||
-                             y.typeId() == QMetaType::UInt || y.typeId() == QMetaType::ULongLong;
-        if (!numeric)
+        if (!isPageNumber(y))
             return;
         m_lastReportedScrollY = y.toDouble();
         if (m_parent.onScroll)
@@ -269,8 +241,8 @@ void MarkdownWebViewCoordinator::receive(const QVariantMap &body)
         const QVariant query = body.value(QStringLiteral("query"));
         if (query.typeId() == QMetaType::QString && query.toString() != m_parent.searchQuery)
             return;
-        const int current = intValue(body.value(QStringLiteral("current"))).value_or(0);
-        const int total = intValue(body.value(QStringLiteral("total"))).value_or(0);
+        const int current = pageInt(body.value(QStringLiteral("current"))).value_or(0);
+        const int total = pageInt(body.value(QStringLiteral("total"))).value_or(0);
         if (!m_parent.onSearchResults)
             return;
         later(this,

@@ -75,8 +75,6 @@ public:
 
     // `text` as a JavaScript string literal (also a valid JSON string value).
     static QString jsLiteral(const QString &text);
-    // An integer as it is, a floating-point number truncated toward zero, otherwise none.
-    static std::optional<int> intValue(const QVariant &value);
     // "window.scrollTo(0, y);" with y in its shortest exact form, whole numbers as "1200.0".
     static QString restorePositionScript(double y);
     // Whether a query searches anything: its text without surrounding white space.

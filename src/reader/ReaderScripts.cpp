@@ -1,6 +1,8 @@
 // JavaScript string literal encoding for the texts the host hands to reader pages.
 #include "ReaderScripts.h"
 
+#include "Utf16Text.h"
+
 namespace ReaderScripts {
 namespace {
 
@@ -20,7 +22,7 @@ QString stringLiteral(QStringView text)
     out.reserve(text.size() + text.size() / 16 + 2);
     out += QLatin1Char('"');
     const qsizetype size = text.size();
-    const char16_t *units = reinterpret_cast<const char16_t *>(text.utf16());
+    const char16_t *units = u16View(text).data();
     for (qsizetype i = 0; i < size; ++i) {
         const char16_t unit = units[i];
         switch (unit) {

@@ -1,6 +1,8 @@
 // The page only reports values, never exceptions, so the script is wrapped to report both.
 #include "ScriptEvaluation.h"
 
+#include "PageNumbers.h"
+
 #include <QPointer>
 #include <QVariantMap>
 #include <QWebEnginePage>

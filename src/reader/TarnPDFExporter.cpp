@@ -1,6 +1,7 @@
 // Loads the page off screen, waits for it to say it is ready, measures it and prints it.
 #include "TarnPDFExporter.h"
 
+#include "PageNumbers.h"
 #include "ReaderPageLoader.h"
 #include "ReaderScripts.h"
 #include "ScriptEvaluation.h"
@@ -37,21 +38,6 @@ QString pageLayoutCall(const QString &call)
 QString outputPath(const QUrl &url)
 {
     return url.isLocalFile() ? url.toLocalFile() : url.toString();
-}
-
-bool isNumber(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return true;
-    default:
-        return false;
-    }
 }
 
 } // namespace
@@ -140,20 +126,21 @@ void TarnPDFExporter::measureAndExport()
 {
     QString measure = QString::fromLatin1(ReaderScripts::heightMeasurement).trimmed();
     measure.chop(1); // the final ";": the two run as one expression
-    evaluateScript(
-        m_webView->page(), pageLayoutCall(QStringLiteral("prepare(),\n")) + measure, this,
-        [this](const ScriptOutcome &outcome) {
-            if (m_completed)
-                return;
-            if (!outcome.ok)
-                log(QStringLiteral("export.pdf.height_measure_failed"), outcome.errorString);
-            const double height = outcome.ok && isNumber(outcome.value) ? outcome.value.toDouble()
-                                                                        : double(minimumPageHeight);
-            if (height <= maximumPageHeight)
-                printPages(std::max(height, double(minimumPageHeight)), true);
-            else
-                paginateAndExport();
-        });
+    evaluateScript(m_webView->page(), pageLayoutCall(QStringLiteral("prepare(),\n")) + measure,
+                   this, [this](const ScriptOutcome &outcome) {
+                       if (m_completed)
+                           return;
+                       if (!outcome.ok)
+                           log(QStringLiteral("export.pdf.height_measure_failed"),
+                               outcome.errorString);
+                       const double height = outcome.ok && isPageNumber(outcome.value)
+                                                 ? outcome.value.toDouble()
+                                                 : double(minimumPageHeight);
+                       if (height <= maximumPageHeight)
+                           printPages(std::max(height, double(minimumPageHeight)), true);
+                       else
+                           paginateAndExport();
+                   });
 }
 
 void TarnPDFExporter::paginateAndExport()
@@ -165,8 +152,9 @@ void TarnPDFExporter::paginateAndExport()
             if (m_completed)
                 return;
             // Without chosen breaks the engine still breaks, between lines.
-            const double height = outcome.ok && isNumber(outcome.value) ? outcome.value.toDouble()
-                                                                        : maximumPageHeight;
+            const double height = outcome.ok && isPageNumber(outcome.value)
+                                      ? outcome.value.toDouble()
+                                      : maximumPageHeight;
             printPages(std::clamp(height, double(minimumPageHeight), maximumPageHeight), false);
         });
 }

@@ -54,7 +54,7 @@ class AppTest : public QObject
 {
     Q_OBJECT
 
-private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in this order
+private slots: // tst_window.cpp, tst_menu.cpp and tst_desktop_services.cpp, in this order
     void contentArea();
     void editingKeepsThePlace();
     void enableRules_data();
@@ -66,7 +66,7 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void tabStrip();
     void sidebar();
     void drops();
-    void flavorMenuAndHint(); // FlavorTest.cpp
+    void flavorMenuAndHint(); // tst_flavor.cpp
 
     void localisation();
     void commandsReachTheModel();
@@ -80,6 +80,9 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void contactDetails();
     void singleInstanceKey_data();
     void singleInstanceKey();
+    void singleInstanceSocket_data();
+    void singleInstanceSocket();
+    void qtPlatformReachesTheDesktop();
     void filePanels_data();
     void filePanels();
 };

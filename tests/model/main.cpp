@@ -8,13 +8,15 @@ int runTestDraftsDisk(int argc, char **argv);
 int runTestExportedPage(int argc, char **argv);
 int runTestFlavor(int argc, char **argv);
 int runTestModelParts(int argc, char **argv);
+int runTestSerialWorker(int argc, char **argv);
 
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     int failures = 0;
     for (auto run : {runTestDocumentsLibrary, runTestFilesTabs, runTestReaderLog, runTestDraftsDisk,
-                     runTestExportedPage, runTestFlavor, runTestModelParts})
+                     runTestExportedPage, runTestFlavor, runTestModelParts,
+                     runTestSerialWorker})
         failures += run(argc, argv);
     return failures == 0 ? 0 : 1;
 }

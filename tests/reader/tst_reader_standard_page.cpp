@@ -235,4 +235,4 @@ private slots:
 };
 
 TARN_WEB_TEST(StandardPageTest);
-#include "StandardPageTest.moc"
+#include "tst_reader_standard_page.moc"

@@ -313,4 +313,4 @@ private slots:
 
 MODEL_TEST_RUNNER(TestReaderLog)
 
-#include "TestReaderLog.moc"
+#include "tst_reader_log.moc"

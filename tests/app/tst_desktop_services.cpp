@@ -5,19 +5,27 @@
 #include "RecentDocuments.h"
 #include "SingleInstance.h"
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QDomDocument>
 #include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QLockFile>
 #include <QRegularExpression>
 #include <QScopeGuard>
+#include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
 #include <QTimer>
 #include <QTreeView>
 
+#include <future>
+
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -38,6 +46,28 @@ const QByteArray otherProgramsList =
 // The list before (empty: no file yet), how often the file is added, the bookmarks afterwards
 // (0: the list is refused and left as it was) and Tarn's count on its bookmark.
 using RecentRow = std::tuple<QByteArray, int, int, int>;
+// A socket file nobody listens on, as an instance that was killed leaves it.
+bool leaveDeadSocket(const QString &path)
+{
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof address.sun_path);
+    const bool bound = ::bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
+    ::close(fd);
+    return bound;
+}
+
+// Stands in for the desktop's browser.
+class UrlHandler : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QUrl> opened;
+public slots:
+    void open(const QUrl &url) { opened << url; }
+};
+
 // WAYLAND_DISPLAY and DISPLAY ("": unset, as in a session without X), then the key's end.
 using KeyRow = std::tuple<QByteArray, QByteArray, QString>;
 
@@ -138,6 +168,82 @@ void AppTest::singleInstanceKey()
     QCOMPARE(key, QStringLiteral("tarn-%1").arg(::getuid()) + suffix);
 }
 
+// The name belongs to the live instance that holds its lock; what a dead one left is replaced.
+// Only this user may hand files over: another local user must not reach the window.
+void AppTest::singleInstanceSocket_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::newRow("nothing") << "";
+    QTest::newRow("socket and lock of a killed instance") << "dead";
+    QTest::newRow("a live instance") << "live";
+}
+void AppTest::singleInstanceSocket()
+{
+    QFETCH(QString, before);
+    QTemporaryDir dir;
+    const QString key = dir.filePath("tarn");
+    SingleInstance live(key);
+    if (before == "live")
+        QVERIFY(live.listen());
+    if (before == "dead") {
+        QVERIFY(leaveDeadSocket(key));
+        QLockFile lock(key + ".lock");
+        QVERIFY(lock.tryLock(0));
+        const QByteArray text = readAll(key + ".lock");
+        lock.unlock();
+        QFile file(key + ".lock");
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("2147480000" + text.mid(text.indexOf('\n'))); // a process id nobody has
+    }
+    SingleInstance instance(key);
+    QCOMPARE(instance.listen(), before != "live");
+
+    SingleInstance &running = before == "live" ? live : instance;
+    QSignalSpy activated(&running, &SingleInstance::activationRequested);
+    auto handedOver = std::async(std::launch::async,
+                                 [&key] { return SingleInstance(key).handOver({"/笔记.md"}); });
+    QTRY_COMPARE(activated.size(), 1);
+    QCOMPARE(activated.first().first().toStringList(), QStringList{"/笔记.md"});
+    QVERIFY(handedOver.get());
+    const QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup |
+                                      QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    QCOMPARE(QFileInfo(key).permissions() & others, QFile::Permissions());
+    QCOMPARE(QFileInfo(key).ownerId(), ::getuid());
+}
+
+// The real platform layer: an opened file joins the desktop's recently-used list, and an
+// external link reaches the desktop's handler for its scheme.
+void AppTest::qtPlatformReachesTheDesktop()
+{
+    QTemporaryDir data;
+    QStandardPaths::setTestModeEnabled(false); // test mode hides XDG_DATA_HOME
+    const QByteArray savedDataHome = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", QFile::encodeName(data.path()));
+    UrlHandler browser;
+    QDesktopServices::setUrlHandler("https", &browser, "open");
+    const auto restore = qScopeGuard([&] {
+        QDesktopServices::unsetUrlHandler("https");
+        savedDataHome.isNull() ? qunsetenv("XDG_DATA_HOME")
+                               : qputenv("XDG_DATA_HOME", savedDataHome);
+        QStandardPaths::setTestModeEnabled(true);
+    });
+
+    AppHarness h;
+    QtPlatform platform;
+    AppModel model(*h.settings, platform, h.pdf, *h.logger);
+    const QUrl note = h.file("笔记.md");
+    model.openURLs({note}, false);
+    QDomDocument recent;
+    QVERIFY(recent.setContent(readAll(data.filePath("recently-used.xbel"))));
+    const QDomNodeList bookmarks = recent.elementsByTagName("bookmark");
+    QCOMPARE(bookmarks.size(), 1);
+    QCOMPARE(bookmarks.at(0).toElement().attribute("href"), QString::fromUtf8(note.toEncoded()));
+
+    const QUrl link("https://example.org/页面?q=1#part");
+    model.openLink(link, model.selectedDocument());
+    QCOMPARE(browser.opened, QList<QUrl>{link});
+}
+
 // The panels start in the folder the model names, else in the home folder, never the working
 // folder; their listing is in Chinese, sizes and dates included, whatever the session's locale;
 // what is chosen in it comes back.
@@ -212,3 +318,5 @@ void AppTest::filePanels()
              qPrintable(noteRow.at(1)));
     QVERIFY2(!noteRow.at(3).contains(QRegularExpression("[A-Za-z]")), qPrintable(noteRow.at(3)));
 }
+
+#include "tst_desktop_services.moc"

@@ -207,4 +207,4 @@ private slots:
 
 EDITOR_TEST_RUNNER(FindReplaceTest, runFindReplaceTests)
 
-#include "FindReplaceTest.moc"
+#include "tst_find_replace.moc"

@@ -304,4 +304,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(EndToEndTest)
-#include "EndToEndTest.moc"
+#include "tst_end_to_end.moc"

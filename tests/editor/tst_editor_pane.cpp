@@ -286,4 +286,4 @@ private slots:
 
 EDITOR_TEST_RUNNER(EditorPaneTest, runEditorPaneTests)
 
-#include "EditorPaneTest.moc"
+#include "tst_editor_pane.moc"

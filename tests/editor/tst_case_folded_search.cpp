@@ -114,4 +114,4 @@ private slots:
 
 EDITOR_TEST_RUNNER(CaseFoldedSearchTest, runCaseFoldedSearchTests)
 
-#include "CaseFoldedSearchTest.moc"
+#include "tst_case_folded_search.moc"

@@ -1,5 +1,5 @@
 // Remembering each line break's form across edits in the view.
-#include "LineEndings.h"
+#include "DraftLineBreaks.h"
 
 #include <algorithm>
 #include <array>

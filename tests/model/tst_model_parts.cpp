@@ -141,7 +141,7 @@ private slots:
             order << "/f/" + QString::number(i);
             seeded.insert(order.last(), i);
         }
-        ModelSettings::writeReadPositions(*h.settings, ReadPositions(seeded, order));
+        QVERIFY(ModelSettings::writeReadPositions(*h.settings, ReadPositions(seeded, order)));
         const QString ini = h.path("settings.ini");
         {
             QSettings settings(ini, QSettings::IniFormat);
@@ -181,4 +181,4 @@ private slots:
 
 MODEL_TEST_RUNNER(TestModelParts)
 
-#include "TestModelParts.moc"
+#include "tst_model_parts.moc"

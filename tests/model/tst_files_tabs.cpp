@@ -72,6 +72,12 @@ private slots:
         QTest::newRow("GB18030") << QByteArray(QStringEncoder("GB18030")(chinese)) << chinese;
         QTest::newRow("UTF-16LE BOM")
             << "\xFF\xFE" + QByteArray(QStringEncoder(QStringEncoder::Utf16LE)(chinese)) << chinese;
+        QTest::newRow("UTF-16BE BOM")
+            << "\xFE\xFF" + QByteArray(QStringEncoder(QStringEncoder::Utf16BE)(chinese)) << chinese;
+        QTest::newRow("UTF-32LE BOM, which starts like UTF-16LE's")
+            << QByteArray("\xFF\xFE\0\0", 4) +
+                   QByteArray(QStringEncoder(QStringEncoder::Utf32LE)(chinese))
+            << chinese;
         QTest::newRow("empty file") << QByteArray("") << QString("");
         QTest::newRow("binary file") << QByteArray(64, 0) << QString();
         QTest::newRow("missing file") << QByteArray() << QString();
@@ -313,4 +319,4 @@ private slots:
 
 MODEL_TEST_RUNNER(TestFilesTabs)
 
-#include "TestFilesTabs.moc"
+#include "tst_files_tabs.moc"

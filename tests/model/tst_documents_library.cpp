@@ -124,6 +124,8 @@ private slots:
         h.model->openStoredFile(file); // no bookmark, and the file is gone
         QVERIFY(h.model->tabs().isEmpty());
         QCOMPARE(h.model->alert()->title, QStringLiteral("文件不可用"));
+        QCOMPARE(h.model->alert()->message,
+                 QStringLiteral("Tarn 无法继续访问这个文件。它可能已被移动、重命名或删除。"));
         QCOMPARE(h.model->storedFiles(), QList<StoredFile>{file});
         h.file("a.md", "a");
         file.bookmarkData = "broken"; // falls back to the path
@@ -193,4 +195,4 @@ private slots:
 
 MODEL_TEST_RUNNER(TestDocumentsLibrary)
 
-#include "TestDocumentsLibrary.moc"
+#include "tst_documents_library.moc"

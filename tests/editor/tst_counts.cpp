@@ -66,4 +66,4 @@ private slots:
 
 EDITOR_TEST_RUNNER(CountsTest, runCountsTests)
 
-#include "CountsTest.moc"
+#include "tst_counts.moc"

@@ -101,4 +101,4 @@ private slots:
 
 MODEL_TEST_RUNNER(TestExportedPage)
 
-#include "TestExportedPage.moc"
+#include "tst_exported_page.moc"

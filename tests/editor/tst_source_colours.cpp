@@ -294,4 +294,4 @@ private slots:
 
 EDITOR_TEST_RUNNER(SourceColoursTest, runSourceColoursTests)
 
-#include "SourceColoursTest.moc"
+#include "tst_source_colours.moc"

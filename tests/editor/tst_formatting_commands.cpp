@@ -74,4 +74,4 @@ private slots:
 
 EDITOR_TEST_RUNNER(FormattingCommandsTest, runFormattingCommandsTests)
 
-#include "FormattingCommandsTest.moc"
+#include "tst_formatting_commands.moc"

@@ -274,4 +274,4 @@ private slots:
 };
 
 TARN_WEB_TEST(ReaderPaneTest);
-#include "ReaderPaneTest.moc"
+#include "tst_reader_pane.moc"

@@ -84,4 +84,4 @@ private slots:
 };
 
 MODEL_TEST_RUNNER(TestFlavor)
-#include "TestFlavor.moc"
+#include "tst_flavor.moc"

@@ -44,6 +44,8 @@ private slots:
         store.save(h.path("gone/b.md"), "recovered b");
         store.flush();
         writeFile(h.path("drafts/draft-0.json"), "{\"path\": 1}");
+        writeFile(h.path("drafts/draft-1.json"), "not JSON"); // and cannot be moved aside:
+        QVERIFY(QDir().mkpath(h.path("drafts/draft-1.json.broken/full")));
         DraftKeeper keeper(*h.model, store);
         keeper.restore();
 
@@ -61,10 +63,17 @@ private slots:
                                 "\na.md\nb.md"));
         QCOMPARE(readFile(h.path("a.md")), QByteArray("on disk"));
         QCOMPARE(h.events().count("draft.recovered"), 2);
-        const LogLine failure = h.lastLine("draft.recovery.failure");
-        QCOMPARE(failure.metadata.value("path"), h.path("drafts/draft-0.json.broken"));
-        QVERIFY(!failure.metadata.value("error").isEmpty());
+        QStringList unreadable;
+        for (const LogLine &line : h.log()) {
+            if (line.event == "draft.recovery.failure" && !line.metadata.value("error").isEmpty())
+                unreadable << line.metadata.value("path");
+        }
+        QCOMPARE(unreadable, QStringList({h.path("drafts/draft-0.json.broken"),
+                                          h.path("drafts/draft-1.json")}));
         QVERIFY(QFile::exists(h.path("drafts/draft-0.json.broken")));
+        const LogLine stuck = h.lastLine("draft.save.failure");
+        QCOMPARE(stuck.metadata.value("path"), h.path("drafts/draft-1.json"));
+        QVERIFY(!stuck.metadata.value("error").isEmpty());
 
         // Saving the tab of the vanished file makes it again, and its recovery file goes.
         QDir(h.dir.path()).mkdir("gone");
@@ -84,6 +93,38 @@ private slots:
         QCOMPARE(kept(), QStringLiteral("typed just now"));
         tabs.at(0)->updateDraft("typed");
         QTRY_COMPARE(kept(), QString());
+    }
+
+    // A state folder that cannot be written (replaced by a file, which stops root too): every
+    // failed draft and settings write is logged, and the user hears about the drafts once.
+    void unwritableStateFolder()
+    {
+        ModelHarness h;
+        DraftStore store(h.path("drafts"));
+        QVERIFY(store.acquire());
+        DraftKeeper keeper(*h.model, store);
+        QVERIFY(QDir(h.path("drafts")).removeRecursively());
+        writeFile(h.path("drafts"), "not a folder");
+        QVERIFY(QFile::remove(h.path("settings.ini")));
+        QVERIFY(QDir(h.dir.path()).mkdir("settings.ini"));
+
+        h.editDraft("a.md", "saved", "typed");
+        keeper.writeAllNow();
+        QTRY_COMPARE(h.platform.alerts.size(), 1);
+        QVERIFY(alertText(h.platform.alerts.first())
+                    .startsWith("无法保存恢复草稿 | Tarn 无法把未保存的修改写入恢复文件夹。"));
+        h.model->selectedDocument()->updateDraft("typed more");
+        keeper.writeAllNow();
+        QTRY_COMPARE(h.events().count("draft.save.failure"), 2);
+        const LogLine draft = h.lastLine("draft.save.failure");
+        QCOMPARE(draft.metadata.value("path"), h.path("a.md"));
+        QVERIFY(draft.metadata.value("error").contains("draft-"));
+        QCOMPARE(h.platform.alerts.size(), 1);
+
+        h.model->toggleOutline();
+        const LogLine settings = h.lastLine("settings.save.failure");
+        QCOMPARE(settings.metadata.value("path"), h.path("settings.ini"));
+        QVERIFY(!settings.metadata.value("error").isEmpty());
     }
 
     void changeOnDisk_data()
@@ -161,4 +202,4 @@ private slots:
 
 MODEL_TEST_RUNNER(TestDraftsDisk)
 
-#include "TestDraftsDisk.moc"
+#include "tst_drafts_disk.moc"
