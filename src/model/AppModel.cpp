@@ -64,6 +64,8 @@ void AppModel::setEditing(bool editing)
     if (m_isEditing == editing)
         return;
     m_isEditing = editing;
+    if (!editing)
+        setSplitView(false);
     emit isEditingChanged();
 }
 

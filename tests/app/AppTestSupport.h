@@ -67,6 +67,8 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void sidebar();
     void drops();
     void flavorMenuAndHint(); // FlavorTest.cpp
+    void splitView_data();    // SplitViewTest.cpp
+    void splitView();
 
     void localisation();
     void commandsReachTheModel();
