@@ -3,6 +3,7 @@
 // page morphs in (split-preview.js).
 #include "LivePreview.h"
 
+#include "FragmentBlocks.h"
 #include "MarkdownWebView.h"
 #include "ReaderScripts.h"
 #include "TarnDocument.h"
@@ -30,10 +31,15 @@ QString lineList(const std::vector<std::size_t> &lines)
     return out + u']';
 }
 
+QStringView htmlOf(const MarkdownRenderer::Fragment &fragment)
+{
+    return QStringView(reinterpret_cast<const QChar *>(fragment.html.data()),
+                       qsizetype(fragment.html.size()));
+}
+
 QString callScript(const char *function, const MarkdownRenderer::Fragment &fragment)
 {
-    const QStringView html(reinterpret_cast<const QChar *>(fragment.html.data()),
-                           qsizetype(fragment.html.size()));
+    const QStringView html = htmlOf(fragment);
     return QStringLiteral("window.tarnPreview ? window.tarnPreview.%1(%2, %3) : -1")
         .arg(QLatin1String(function), ReaderScripts::stringLiteral(html),
              lineList(fragment.blockLines));
@@ -116,6 +122,9 @@ void LivePreview::load()
     m_stale = false;
     m_shownDraft = m_document ? m_document->draft() : QString();
     m_loadedFragment = renderDraft();
+    m_blocks.clear();
+    for (const QStringView block : FragmentBlocks::split(htmlOf(m_loadedFragment)))
+        m_blocks.append(block.toString());
     // The reader's own page of the draft: its policy, request filter and link rules.
     const std::u16string title = m_document ? m_document->title().toStdU16String() : u"Tarn";
     const std::u16string_view draft(reinterpret_cast<const char16_t *>(m_shownDraft.utf16()),
@@ -175,14 +184,24 @@ void LivePreview::updateNow()
     m_updating = true;
     emit outlineChanged(fragment.toc);
     const QPointer<LivePreview> self(this);
-    m_view->page()->runJavaScript(updateScript(fragment), [self, clock](const QVariant &) {
+    const auto finish = [self, clock] {
         if (!self)
             return;
         self->m_updating = false;
         emit self->updated(int(clock.elapsed()));
         if (self->m_stale && !self->m_timer.isActive())
             self->m_timer.start();
-    });
+    };
+    const QString patch = patchScript(fragment, m_blocks);
+    m_view->page()->runJavaScript(
+        patch, [self, finish, full = updateScript(fragment)](const QVariant &result) {
+            if (!self)
+                return;
+            if (result.toInt() != -1)
+                return finish();
+            // The page's blocks were not the ones expected: the whole fragment goes over.
+            self->m_view->page()->runJavaScript(full, [finish](const QVariant &) { finish(); });
+        });
 }
 
 void LivePreview::showLine(int line)
@@ -207,6 +226,34 @@ void LivePreview::receive(const QVariantMap &body)
 QString LivePreview::updateScript(const MarkdownRenderer::Fragment &fragment)
 {
     return callScript("update", fragment);
+}
+
+QString LivePreview::patchScript(const MarkdownRenderer::Fragment &fragment, QStringList &shown)
+{
+    const QStringView html = htmlOf(fragment);
+    const QList<QStringView> blocks = FragmentBlocks::split(html);
+    const FragmentBlocks::Change change = FragmentBlocks::difference(shown, blocks);
+    QStringView changed;
+    if (change.added > 0) {
+        const QStringView first = blocks[change.first];
+        const QStringView last = blocks[change.first + change.added - 1];
+        changed = html.sliced(first.data() - html.data(), last.data() + last.size() - first.data());
+    }
+    const QString script =
+        QStringLiteral("window.tarnPreview ? window.tarnPreview.patch(%1, %2, %3, %4, %5) : -1")
+            .arg(change.first)
+            .arg(change.removed)
+            .arg(ReaderScripts::stringLiteral(changed), lineList(fragment.blockLines))
+            .arg(shown.size());
+    QStringList next;
+    next.reserve(blocks.size());
+    for (qsizetype i = 0; i < blocks.size(); ++i) {
+        const bool kept = i < change.first || i >= change.first + change.added;
+        next.append(kept ? shown[i < change.first ? i : i - change.added + change.removed]
+                         : blocks[i].toString());
+    }
+    shown = std::move(next);
+    return script;
 }
 
 QString LivePreview::adoptScript(const MarkdownRenderer::Fragment &fragment)

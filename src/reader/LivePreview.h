@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 #include <QTimer>
 #include <QUrl>
 
@@ -49,6 +50,10 @@ public:
     // literal, never as script text.
     static QString updateScript(const MarkdownRenderer::Fragment &fragment);
     static QString adoptScript(const MarkdownRenderer::Fragment &fragment);
+    // Only the blocks that differ from `shown` (the blocks on the page) go over; the page
+    // answers -1 when it does not hold those blocks, and then takes `updateScript`. Sets
+    // `shown` to the fragment's blocks.
+    static QString patchScript(const MarkdownRenderer::Fragment &fragment, QStringList &shown);
     // The morphing library and the page's preview part, run once per load.
     static QString installScript();
 
@@ -82,6 +87,7 @@ private:
     bool m_updating = false;
     bool m_stale = false; // the draft changed since the page last took it
     QString m_shownDraft;
+    QStringList m_blocks; // the top-level blocks' HTML on the page, in order
     MarkdownRenderer::Fragment m_loadedFragment;
     std::optional<int> m_pendingLine;
 };

@@ -40,8 +40,9 @@
       const block = blocks[index];
       block.tarnSource = source;
       block.tarnKey = `${count}\u0000${source}`;
-      if (index < lines.length) {
-        block.setAttribute("data-source-line", String(lines[index]));
+      block.tarnLine = index < lines.length ? lines[index] : null;
+      if (block.tarnLine !== null) {
+        block.setAttribute("data-source-line", String(block.tarnLine));
       } else {
         block.removeAttribute("data-source-line");
       }
@@ -199,12 +200,26 @@
     return lineOf(block) + Math.floor(fraction * (lineOf(next) - lineOf(block)));
   }
 
+  // Changed blocks above the screen may move it: what scrolls until the next frames is the
+  // update's, not the user's. Reading the position here would force a layout of the page.
+  let settling = 0;
+  function settleAfterUpdate() {
+    settling += 1;
+    requestAnimationFrame(() => requestAnimationFrame(() => {
+      settling -= 1;
+    }));
+  }
+
   function onScroll() {
     if (scrollFrame) {
       return;
     }
     scrollFrame = requestAnimationFrame(() => {
       scrollFrame = 0;
+      if (settling > 0) {
+        ownScrollY = window.scrollY;
+        return;
+      }
       if (ownScrollY !== null && Math.abs(window.scrollY - ownScrollY) < 2) {
         return;
       }
@@ -235,11 +250,17 @@
           }
           if (from.tarnSource === to.tarnSource) {
             from.tarnKey = to.tarnKey;
-            from.setAttribute("data-source-line", to.getAttribute("data-source-line") || "");
+            from.tarnLine = to.tarnLine;
+            if (to.tarnLine === null) {
+              from.removeAttribute("data-source-line");
+            } else {
+              from.setAttribute("data-source-line", String(to.tarnLine));
+            }
             return false;
           }
           from.tarnSource = to.tarnSource;
           from.tarnKey = to.tarnKey;
+          from.tarnLine = to.tarnLine;
           changed.push(from);
           return true;
         },
@@ -251,7 +272,50 @@
         },
       });
       changed.forEach(redraw);
-      ownScrollY = window.scrollY;
+      settleAfterUpdate();
+      window.tarnPreviewUpdates = (window.tarnPreviewUpdates || 0) + 1;
+      return changed.length;
+    },
+
+    // Replaces `removed` blocks from index `first` on by the blocks of `html` (the only ones
+    // that changed), morphing each old block into its successor, and renumbers every block's
+    // source line. -1 when the page does not hold the blocks the host expects.
+    patch(first, removed, html, lines, expected) {
+      const children = main.children;
+      if (children.length !== expected) {
+        return -1;
+      }
+      const { blocks, sources } = parse(html);
+      const old = Array.from(children).slice(first, first + removed);
+      const changed = [];
+      const paired = Math.min(old.length, blocks.length);
+      for (let index = 0; index < paired; index += 1) {
+        blocks[index].tarnSource = sources[index];
+        const morphed = morph(old[index], blocks[index]);
+        morphed.tarnSource = sources[index];
+        changed.push(morphed);
+      }
+      old.slice(paired).forEach((block) => block.remove());
+      const before = children[first + paired] || null;
+      blocks.slice(paired).forEach((block, index) => {
+        block.tarnSource = sources[paired + index];
+        main.insertBefore(block, before);
+        changed.push(block);
+      });
+      for (let index = 0; index < children.length; index += 1) {
+        const block = children[index];
+        const line = index < lines.length ? lines[index] : null;
+        if (block.tarnLine !== line) {
+          block.tarnLine = line;
+          if (line === null) {
+            block.removeAttribute("data-source-line");
+          } else {
+            block.setAttribute("data-source-line", String(line));
+          }
+        }
+      }
+      changed.forEach(redraw);
+      settleAfterUpdate();
       window.tarnPreviewUpdates = (window.tarnPreviewUpdates || 0) + 1;
       return changed.length;
     },
