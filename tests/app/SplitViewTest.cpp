@@ -90,7 +90,7 @@ void AppTest::splitView()
     // Only the preview's page carries source lines.
     TarnWebView *preview = split->preview()->view();
     QTRY_COMPARE(pageValue(preview, "window.tarnPreview ? document.querySelector("
-                                    "'[data-source-line=\"14\"]').id : ''")
+                                    "'[data-source-line=\"14\"]')?.id : ''")
                      .toString(),
                  QStringLiteral("part-1"));
     QCOMPARE(pageValue(reader, "document.querySelectorAll('[data-source-line]').length").toInt(),
@@ -125,6 +125,12 @@ void AppTest::splitView()
                       rows->visualItemRect(rows->item(10)).center());
     QCOMPARE(editor->topLine(), lineOfPart(10));
     QVERIFY(headingAtTop(preview, QStringLiteral("part-10")));
+
+    // The editor's commands work beside the preview.
+    f.item(C::find)->trigger();
+    QTRY_VERIFY(editor->showFindPanel());
+    f.item(C::save)->trigger();
+    QVERIFY(!f.model->selectedDocument()->isDirty());
 
     // The divider's place is kept; the shortcut again goes back to the editor alone.
     QSplitterHandle *handle = split->splitter()->handle(1);
