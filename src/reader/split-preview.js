@@ -293,6 +293,7 @@
         blocks[index].tarnSource = sources[index];
         const morphed = morph(old[index], blocks[index]);
         morphed.tarnSource = sources[index];
+        morphed.tarnLine = undefined; // the morph took its source line away
         changed.push(morphed);
       }
       old.slice(paired).forEach((block) => block.remove());
