@@ -142,4 +142,12 @@ void AppTest::splitView()
     QVERIFY(!f.model->isSplitView() && f.model->isEditing());
     QCOMPARE(f.view.currentContent(), editor);
     QVERIFY(f.model->selectedDocument()->draft().endsWith(QStringLiteral("Zebra")));
+    // Leaving the editor ends the split view; the editor comes back on its own.
+    item->trigger();
+    f.model->toggleEditing();
+    QVERIFY(!f.model->isSplitView());
+    QCOMPARE(f.view.currentContent(), f.view.readerPane());
+    f.model->toggleEditing();
+    QCOMPARE(f.view.currentContent(), editor);
+    QCOMPARE(f.window.focusWidget(), editor->textView());
 }
