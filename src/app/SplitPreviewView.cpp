@@ -121,6 +121,7 @@ void SplitPreviewView::syncPreviewToEditor()
         return;
     const int line = m_editor->topLine();
     // The editor only followed the preview: the preview is already there.
+    m_model.setCurrentHeadingID(m_preview->headingAtLine(line));
     if (line == std::exchange(m_lineFromPreview, -1))
         return;
     m_preview->showLine(line);
@@ -137,6 +138,7 @@ void SplitPreviewView::syncEditorToPreview(int line)
         return;
     m_lineFromPreview = block.blockNumber();
     text->verticalScrollBar()->setValue(block.firstLineNumber());
+    m_model.setCurrentHeadingID(m_preview->headingAtLine(line));
 }
 
 void SplitPreviewView::jumpToHeading()

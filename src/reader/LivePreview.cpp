@@ -12,6 +12,7 @@
 #include <QColor>
 #include <QVariantMap>
 
+#include <algorithm>
 #include <string_view>
 
 namespace TarnEmbedded {
@@ -143,7 +144,7 @@ void LivePreview::load()
     m_view->setPlaceholderColor(
         QColor::fromRgbF(float(background.red), float(background.green), float(background.blue)));
     m_coordinator->updateView(m_view, value);
-    emit outlineChanged(m_loadedFragment.toc);
+    noteOutline(m_loadedFragment);
 }
 
 void LivePreview::onPageReady()
@@ -182,7 +183,7 @@ void LivePreview::updateNow()
         return;
     }
     m_updating = true;
-    emit outlineChanged(fragment.toc);
+    noteOutline(fragment);
     const QPointer<LivePreview> self(this);
     const auto finish = [self, clock] {
         if (!self)
@@ -202,6 +203,22 @@ void LivePreview::updateNow()
             // The page's blocks were not the ones expected: the whole fragment goes over.
             self->m_view->page()->runJavaScript(full, [finish](const QVariant &) { finish(); });
         });
+}
+
+void LivePreview::noteOutline(const MarkdownRenderer::Fragment &fragment)
+{
+    m_headingLines = fragment.headingLines;
+    m_toc = fragment.toc;
+    emit outlineChanged(m_toc);
+}
+
+QString LivePreview::headingAtLine(int line) const
+{
+    const auto after = std::upper_bound(m_headingLines.begin(), m_headingLines.end(),
+                                        std::size_t(std::max(line, 0)));
+    const auto index = std::size_t(after - m_headingLines.begin());
+    return index == 0 || index > m_toc.size() ? QString()
+                                              : QString::fromStdU16String(m_toc[index - 1].id);
 }
 
 void LivePreview::showLine(int line)

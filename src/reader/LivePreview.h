@@ -41,6 +41,8 @@ public:
     // Scrolls so the block of this 0-based source line is at the top (inside a block, in
     // proportion), now or once the page is ready.
     void showLine(int line);
+    // The id of the last heading of the shown draft at or above a 0-based source line.
+    QString headingAtLine(int line) const;
 
     // Called with the links the page was asked to follow; the preview itself never navigates.
     std::function<void(const QUrl &)> onOpenLink;
@@ -74,6 +76,7 @@ private:
     void onPageReady();
     void receive(const QVariantMap &body);
     MarkdownRenderer::Fragment renderDraft() const;
+    void noteOutline(const MarkdownRenderer::Fragment &fragment);
     // Whether the loaded page has what the fragment needs (diagram library, math, colours).
     bool pageCanShow(const MarkdownRenderer::Fragment &fragment) const;
 
@@ -90,4 +93,6 @@ private:
     QStringList m_blocks; // the top-level blocks' HTML on the page, in order
     MarkdownRenderer::Fragment m_loadedFragment;
     std::optional<int> m_pendingLine;
+    std::vector<std::size_t> m_headingLines; // of the shown draft's outline
+    std::vector<TOCItem> m_toc;
 };

@@ -125,6 +125,7 @@ void AppTest::splitView()
                       rows->visualItemRect(rows->item(10)).center());
     QCOMPARE(editor->topLine(), lineOfPart(10));
     QVERIFY(headingAtTop(preview, QStringLiteral("part-10")));
+    QCOMPARE(f.model->currentHeadingID(), QStringLiteral("part-10"));
 
     // The editor's commands work beside the preview.
     f.item(C::find)->trigger();
