@@ -61,7 +61,6 @@ LivePreview::LivePreview(QWidget *parentWidget)
     m_view = m_coordinator->makeView(value, parentWidget);
     m_view->setObjectName(QStringLiteral("livePreview"));
     m_timer.setSingleShot(true);
-    m_timer.setInterval(updateIntervalMs);
     connect(&m_timer, &QTimer::timeout, this, &LivePreview::updateNow);
     connect(m_coordinator, &MarkdownWebViewCoordinator::pageReady, this, [this](TarnWebView *view) {
         if (view == m_view && !m_view->loader().isLoading())
@@ -95,8 +94,10 @@ void LivePreview::scheduleUpdate()
 {
     m_stale = true;
     // Not restarted by later keys: while typing goes on, one update per interval.
-    if (!m_timer.isActive())
-        m_timer.start();
+    if (m_timer.isActive() || m_updating)
+        return;
+    const qint64 since = m_lastUpdate.isValid() ? m_lastUpdate.elapsed() : updateIntervalMs;
+    m_timer.start(int(std::max<qint64>(0, updateIntervalMs - since)));
 }
 
 MarkdownRenderer::Fragment LivePreview::renderDraft() const
@@ -175,6 +176,7 @@ void LivePreview::updateNow()
         return;
     QElapsedTimer clock;
     clock.start();
+    m_lastUpdate.start();
     MarkdownRenderer::Fragment fragment = renderDraft();
     m_shownDraft = draft;
     if (!pageCanShow(fragment)) {
@@ -190,8 +192,8 @@ void LivePreview::updateNow()
             return;
         self->m_updating = false;
         emit self->updated(int(clock.elapsed()));
-        if (self->m_stale && !self->m_timer.isActive())
-            self->m_timer.start();
+        if (self->m_stale)
+            self->scheduleUpdate();
     };
     const QString patch = patchScript(fragment, m_blocks);
     m_view->page()->runJavaScript(

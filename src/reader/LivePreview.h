@@ -24,8 +24,8 @@ class LivePreview : public QObject
     Q_OBJECT
 
 public:
-    // While typing goes on the preview follows at most this often; the last change of a burst
-    // shows this long after it at the latest.
+    // While typing goes on the preview follows at most this often; a change after a pause
+    // goes at once.
     static constexpr int updateIntervalMs = 100;
 
     explicit LivePreview(QWidget *parentWidget);
@@ -86,6 +86,7 @@ private:
     MarkdownFlavor m_flavor = MarkdownFlavor::classic;
     TarnTheme m_theme = TarnTheme::businessBlue;
     QTimer m_timer;
+    QElapsedTimer m_lastUpdate; // since the last update began
     bool m_ready = false;
     bool m_updating = false;
     bool m_stale = false; // the draft changed since the page last took it
