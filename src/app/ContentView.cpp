@@ -118,6 +118,9 @@ void ContentView::updateContent()
         // The one editor moves between the content area and the split view's left side.
         QWidget *shown = m_model.isSplitView() ? static_cast<QWidget *>(m_split) : m_editor;
         const bool entering = m_content->currentWidget() != shown;
+        // Between the editor alone and the split view the text stays where it is.
+        const bool wasEditing =
+            m_content->currentWidget() == m_editor || m_content->currentWidget() == m_split;
         if (m_model.isSplitView() && m_editor->parentWidget() == m_content) {
             m_content->removeWidget(m_editor);
             m_split->takeEditor(m_editor);
@@ -129,8 +132,9 @@ void ContentView::updateContent()
             m_split->refresh();
         // Typing goes to the text at once, as it would after clicking the edit button, and
         // the text opens at the place that was being read.
-        if (entering) {
+        if (entering)
             m_editor->textView()->setFocus(Qt::OtherFocusReason);
+        if (entering && !wasEditing) {
             m_editor->showLineAtTop(topLine);
             m_model.setEditorTopLine(m_editor->topLine());
         }
