@@ -6,6 +6,7 @@
 #include "EmptyTarnState.h"
 #include "FileSidebar.h"
 #include "ReaderPane.h"
+#include "SplitPreviewView.h"
 #include "TarnEditorTextView.h"
 #include "TarnWebView.h"
 #include "TitleTabBar.h"
@@ -68,6 +69,8 @@ ContentView::ContentView(AppModel &model, QWidget *parent)
     m_content->addWidget(m_editor);
     m_reader = new ReaderPane(model, m_content);
     m_content->addWidget(m_reader);
+    m_split = new SplitPreviewView(model, m_content);
+    m_content->addWidget(m_split);
     connect(m_editor, &EditorPane::topLineChanged, &m_model, [this](int line) {
         if (m_model.isEditing())
             m_model.setEditorTopLine(line);
@@ -77,8 +80,8 @@ ContentView::ContentView(AppModel &model, QWidget *parent)
             m_model.saveDocument(document);
     });
 
-    for (auto signal :
-         {&AppModel::selectedDocumentChanged, &AppModel::isEditingChanged, &AppModel::tabsChanged})
+    for (auto signal : {&AppModel::selectedDocumentChanged, &AppModel::isEditingChanged,
+                        &AppModel::tabsChanged, &AppModel::isSplitViewChanged})
         connect(&m_model, signal, this, &ContentView::updateContent);
     connect(&m_model, &AppModel::themeChanged, this, &ContentView::updateTheme);
     connect(&m_model, &AppModel::alertChanged, this, &ContentView::presentAlert);
@@ -112,12 +115,26 @@ void ContentView::updateContent()
         const int topLine = m_model.editorTopLine();
         if (m_editor->document() != document)
             m_editor->setDocument(document);
-        const bool entering = m_content->currentWidget() != m_editor;
-        m_content->setCurrentWidget(m_editor);
+        // The one editor moves between the content area and the split view's left side.
+        QWidget *shown = m_model.isSplitView() ? static_cast<QWidget *>(m_split) : m_editor;
+        const bool entering = m_content->currentWidget() != shown;
+        // Between the editor alone and the split view the text stays where it is.
+        const bool wasEditing =
+            m_content->currentWidget() == m_editor || m_content->currentWidget() == m_split;
+        if (m_model.isSplitView() && m_editor->parentWidget() == m_content) {
+            m_content->removeWidget(m_editor);
+            m_split->takeEditor(m_editor);
+        } else if (!m_model.isSplitView() && m_editor->parentWidget() != m_content) {
+            m_content->addWidget(m_editor);
+        }
+        m_content->setCurrentWidget(shown);
+        if (m_model.isSplitView())
+            m_split->refresh();
         // Typing goes to the text at once, as it would after clicking the edit button, and
         // the text opens at the place that was being read.
-        if (entering) {
+        if (entering)
             m_editor->textView()->setFocus(Qt::OtherFocusReason);
+        if (entering && !wasEditing) {
             m_editor->showLineAtTop(topLine);
             m_model.setEditorTopLine(m_editor->topLine());
         }

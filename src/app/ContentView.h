@@ -14,6 +14,7 @@ class FileSidebar;
 
 class QStackedWidget;
 class ReaderPane;
+class SplitPreviewView;
 class TarnDocument;
 class TitleTabBar;
 class TopToolbar;
@@ -35,6 +36,7 @@ public:
     EmptyTarnState *emptyState() const { return m_emptyState; }
     EditorPane *editorPane() const { return m_editor; }
     ReaderPane *readerPane() const { return m_reader; }
+    SplitPreviewView *splitView() const { return m_split; }
     // The view the content area shows now.
     QWidget *currentContent() const;
     // The alert on screen for the model's current alert, if any.
@@ -56,6 +58,7 @@ private:
     EmptyTarnState *m_emptyState;
     EditorPane *m_editor;
     ReaderPane *m_reader;
+    SplitPreviewView *m_split;
     QWidget *m_divider;
     QWidget *m_sidebarDivider;
     WindowFileDrop *m_drop = nullptr;

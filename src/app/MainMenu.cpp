@@ -36,10 +36,10 @@ MainMenu::MainMenu(AppModel &model, QObject *parent)
     : QObject(parent)
     , m_model(model)
 {
-    for (auto signal :
-         {&AppModel::selectedDocumentChanged, &AppModel::isEditingChanged,
-          &AppModel::canSaveSelectedDocumentChanged, &AppModel::showOutlineChanged,
-          &AppModel::themeChanged, &AppModel::markdownFlavorChanged, &AppModel::tabsChanged})
+    for (auto signal : {&AppModel::selectedDocumentChanged, &AppModel::isEditingChanged,
+                        &AppModel::canSaveSelectedDocumentChanged, &AppModel::showOutlineChanged,
+                        &AppModel::themeChanged, &AppModel::markdownFlavorChanged,
+                        &AppModel::tabsChanged, &AppModel::isSplitViewChanged})
         connect(&m_model, signal, this, &MainMenu::validateAll);
 }
 
@@ -98,6 +98,10 @@ void MainMenu::install(QMenuBar *bar)
     QMenu *view = bar->addMenu(QStringLiteral("视图"));
     addItem(view, QStringLiteral("编辑 Markdown"), Command::toggleEditing,
             QKeySequence(Qt::CTRL | Qt::Key_E));
+    QAction *split = addItem(view, QStringLiteral("分栏预览"), Command::toggleSplitView,
+                             QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E));
+    split->setObjectName(QStringLiteral("splitViewItem"));
+    split->setCheckable(true);
     addItem(view, QStringLiteral("显示目录"), Command::toggleOutline);
     QAction *flavor = addItem(view, QStringLiteral("标准 Markdown（GitHub 风格）"),
                               Command::toggleMarkdownFlavor);
@@ -207,6 +211,10 @@ void MainMenu::trigger(Command command, QAction *action)
     case Command::toggleEditing:
         m_model.toggleEditing();
         break;
+    case Command::toggleSplitView:
+        m_model.toggleSplitView();
+        validateAll(); // the check mark follows the model, not the click
+        break;
     case Command::toggleOutline:
         m_model.toggleOutline();
         break;
@@ -264,6 +272,10 @@ void MainMenu::validate(QAction *action)
         action->setEnabled(hasDocument);
         action->setText(m_model.isEditing() ? QStringLiteral("返回阅读")
                                             : QStringLiteral("编辑 Markdown"));
+        break;
+    case Command::toggleSplitView:
+        action->setEnabled(hasDocument);
+        action->setChecked(m_model.isSplitView());
         break;
     case Command::toggleOutline:
         action->setEnabled(hasDocument && !m_model.isEditing());

@@ -42,6 +42,7 @@ public:
         selectAll,
         find,
         toggleEditing,
+        toggleSplitView,
         toggleOutline,
         toggleMarkdownFlavor,
         toggleFullScreen,

@@ -80,6 +80,8 @@ TopToolbar::TopToolbar(AppModel &model, QWidget *parent)
     connect(m_outline, &QToolButton::clicked, &m_model, &AppModel::toggleOutline);
     m_edit = makeButton("editButton", QStringLiteral("编辑 Markdown"));
     connect(m_edit, &QToolButton::clicked, &m_model, &AppModel::toggleEditing);
+    m_split = makeButton("splitButton", QStringLiteral("分栏预览"));
+    connect(m_split, &QToolButton::clicked, &m_model, &AppModel::toggleSplitView);
 
     m_themeMenu = new QMenu(this);
     // Check marks, not radio buttons; updateState keeps exactly one checked.
@@ -96,7 +98,7 @@ TopToolbar::TopToolbar(AppModel &model, QWidget *parent)
 
     for (auto signal : {&AppModel::selectedDocumentChanged, &AppModel::isEditingChanged,
                         &AppModel::canSaveSelectedDocumentChanged, &AppModel::showOutlineChanged,
-                        &AppModel::tabsChanged})
+                        &AppModel::tabsChanged, &AppModel::isSplitViewChanged})
         connect(&m_model, signal, this, &TopToolbar::updateState);
     connect(&m_model, &AppModel::themeChanged, this, &TopToolbar::updateTheme);
     updateTheme();
@@ -120,6 +122,7 @@ void TopToolbar::updateState()
     m_outline->setVisible(!editing);
     m_outline->setEnabled(hasDocument);
     m_edit->setEnabled(hasDocument);
+    m_split->setEnabled(hasDocument);
     const QString editHelp = editing ? QStringLiteral("返回阅读") : QStringLiteral("编辑 Markdown");
     m_edit->setToolTip(editHelp);
     m_edit->setText(editHelp);
@@ -128,6 +131,9 @@ void TopToolbar::updateState()
     const QColor primary = WindowChrome::primaryText(theme);
     m_edit->setIcon(TarnIcons::icon(
         editing ? QStringLiteral("book-open") : QStringLiteral("square-pen"), primary));
+    m_split->setIcon(TarnIcons::icon(QStringLiteral("columns-2"), m_model.isSplitView()
+                                                                      ? WindowChrome::accent(theme)
+                                                                      : primary));
     m_outline->setIcon(
         TarnIcons::icon(QStringLiteral("list-tree"),
                         m_model.showOutline() ? WindowChrome::accent(theme) : primary));

@@ -1,4 +1,5 @@
-// The toolbar: open, save, export, the reader search, outline, edit/read and theme controls.
+// The toolbar: open, save, export, the reader search, outline, edit/read, split view and theme
+// controls.
 #pragma once
 
 #include <QWidget>
@@ -20,6 +21,7 @@ public:
     QToolButton *exportButton() const { return m_export; }
     QToolButton *outlineButton() const { return m_outline; }
     QToolButton *editButton() const { return m_edit; }
+    QToolButton *splitButton() const { return m_split; }
     QToolButton *themeButton() const { return m_theme; }
     QMenu *exportMenu() const { return m_exportMenu; }
     QMenu *themeMenu() const { return m_themeMenu; }
@@ -38,6 +40,7 @@ private:
     QToolButton *m_export;
     QToolButton *m_outline;
     QToolButton *m_edit;
+    QToolButton *m_split;
     QToolButton *m_theme;
     QMenu *m_exportMenu;
     QMenu *m_themeMenu;

@@ -83,6 +83,8 @@ void AppModel::setEditing(bool editing)
     if (m_isEditing == editing)
         return;
     m_isEditing = editing;
+    if (!editing)
+        setSplitView(false);
     emit isEditingChanged();
 }
 

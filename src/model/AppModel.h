@@ -44,6 +44,8 @@ class AppModel : public QObject
     Q_PROPERTY(
         QUuid selectedTabID READ selectedTabID WRITE setSelectedTabID NOTIFY selectedTabIDChanged)
     Q_PROPERTY(bool isEditing READ isEditing WRITE setEditing NOTIFY isEditingChanged)
+    // Editing with a live preview of the draft beside the text; leaving editing ends it.
+    Q_PROPERTY(bool isSplitView READ isSplitView WRITE setSplitView NOTIFY isSplitViewChanged)
     Q_PROPERTY(
         int editorTopLine READ editorTopLine WRITE setEditorTopLine NOTIFY editorTopLineChanged)
     Q_PROPERTY(QString fileFilter READ fileFilter WRITE setFileFilter NOTIFY fileFilterChanged)
@@ -93,6 +95,13 @@ public:
     QList<TarnDocument *> tabs() const { return m_documents->tabs(); }
     QUuid selectedTabID() const { return m_documents->selectedTabID(); }
     bool isEditing() const { return m_isEditing; }
+    bool isSplitView() const { return m_isSplitView; }
+    void setSplitView(bool split);
+    // Turns the split view on (entering editing first) or off (staying in the editor).
+    void toggleSplitView();
+    // The editor's share of the split view's width, from the settings; 0.5 when unset or bad.
+    double splitViewEditorShare() const;
+    void setSplitViewEditorShare(double share);
     // The 0-based source line at the top of the editor. Entering editing sets it from the
     // reader's current heading; the editor reports it while it scrolls; leaving editing turns
     // it back into the heading the reader shows.
@@ -219,6 +228,7 @@ signals:
     void tabsChanged();
     void selectedTabIDChanged();
     void isEditingChanged();
+    void isSplitViewChanged();
     void editorTopLineChanged();
     void fileFilterChanged();
     void searchQueryChanged();
@@ -270,6 +280,7 @@ private:
     DocumentExporter *m_exporter = nullptr;
 
     bool m_isEditing = false;
+    bool m_isSplitView = false;
     int m_editorTopLine = 0;
     bool m_showOutline = true;
     std::optional<AppAlert> m_alert;

@@ -68,6 +68,10 @@ std::u16string escapeAttribute(std::u16string_view text);
 // unreadable. The file is read once per process.
 const std::u16string &inlineMermaidScript();
 
+// The DOM-morphing library (morphdom's browser build) that the split view's preview runs to
+// change only the blocks that changed; empty when it is missing. Read once per process.
+const std::u16string &morphingLibrary();
+
 // The reader script, embedded verbatim from reader-script.js at build time.
 std::u16string_view readerScript();
 

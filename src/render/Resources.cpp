@@ -1,4 +1,4 @@
-// Run-time resources: the diagram library file and the embedded reader script.
+// Run-time resources: the diagram library file, the morphing library and the reader script.
 #include "RendererInternal.h"
 
 #include <unicode/ustring.h>
@@ -96,6 +96,13 @@ namespace MarkdownRenderer {
 const std::u16string &inlineMermaidScript()
 {
     static const std::u16string script = TarnRender::loadMermaidScript();
+    return script;
+}
+
+const std::u16string &morphingLibrary()
+{
+    static const std::u16string script =
+        TarnRender::readResourceText("morphdom/morphdom-umd.min.js").value_or(std::u16string());
     return script;
 }
 

@@ -67,6 +67,8 @@ private slots: // tst_window.cpp, tst_menu.cpp and tst_desktop_services.cpp, in 
     void sidebar();
     void drops();
     void flavorMenuAndHint(); // tst_flavor.cpp
+    void splitView_data();    // tst_split_view.cpp
+    void splitView();
 
     void localisation();
     void commandsReachTheModel();

@@ -22,7 +22,7 @@ deb=$(ls "$out"/tarn_*_*.deb)
 contents=$(dpkg-deb -c "$deb")
 for file in usr/bin/tarn usr/share/tarn/mermaid.min.js usr/share/tarn/highlight.min.js \
     usr/share/tarn/katex/katex.min.js usr/share/tarn/katex/katex.min.css \
-    usr/share/tarn/katex/fonts/KaTeX_Main-Regular.woff2 \
+    usr/share/tarn/katex/fonts/KaTeX_Main-Regular.woff2 usr/share/tarn/morphdom/morphdom-umd.min.js \
     "usr/share/icons/hicolor/scalable/apps/$id.svg" "usr/share/applications/$id.desktop" \
     "usr/share/metainfo/$id.metainfo.xml" usr/share/man/man1/tarn.1.gz \
     usr/share/doc/tarn/copyright usr/share/doc/tarn/changelog.gz; do
@@ -50,7 +50,8 @@ done
 
 dpkg-deb -x "$deb" "$out/root"
 # The licences of what the pages carry come with it.
-for notice in "Knut Sveidqvist" "Khan Academy" "Ivan Sagalaev" "Lucide Contributors"; do
+for notice in "Knut Sveidqvist" "Khan Academy" "Ivan Sagalaev" "Patrick Steele-Idem" \
+    "Lucide Contributors"; do
     if ! grep -q "$notice" "$out/root/usr/share/doc/tarn/copyright"; then
         echo "the copyright file lacks $notice"
         exit 1
