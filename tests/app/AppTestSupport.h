@@ -37,10 +37,10 @@ struct WindowFixture : AppHarness
     TopToolbar &toolbar = *view.toolbar();
 
     explicit WindowFixture(const QByteArray &iniText = {});
-    QMenu *topMenu(const QString &title) const;
+    QMenu *topMenu(const QString &objectName) const;
     QAction *item(MainMenu::Command command) const { return menuItem(window.menuBar(), command); }
-    // Opens and closes the menu, which localises and validates it.
-    void openMenu(const QString &title) const;
+    // Opens and closes the menu, which validates it.
+    void openMenu(const QString &objectName) const;
 };
 
 class TarnWebView;
@@ -68,7 +68,6 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void drops();
     void flavorMenuAndHint(); // FlavorTest.cpp
 
-    void localisation();
     void commandsReachTheModel();
     void editCommandsReachTheEditor();
     void launchedProgram();

@@ -164,7 +164,7 @@ void AppTest::themes()
     QCOMPARE(textColour(f.view.tabBar()->tabItems().at(0)),
              WindowChrome::secondaryText(TarnTheme::dark));
 
-    QMenu *bar = f.topMenu("主题");
+    QMenu *bar = f.topMenu("themeMenu");
     QMenu *tool = f.toolbar.themeMenu();
     auto checked = [](QMenu *menu) { // "x" for a checked item, "-" for the others
         QString marks;
