@@ -183,6 +183,14 @@ void AppModel::closeTab(TarnDocument *document)
     selectAndReset(next >= 0 ? m_tabs.at(next)->id() : QUuid());
 }
 
+void AppModel::moveTab(int from, int to)
+{
+    if (from == to || from < 0 || to < 0 || from >= m_tabs.size() || to >= m_tabs.size())
+        return;
+    m_tabs.move(from, to);
+    emit tabsChanged();
+}
+
 void AppModel::selectAndReset(const QUuid &id)
 {
     setSelectedTabID(id);
