@@ -64,6 +64,7 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void searchControl();
     void alerts();
     void tabStrip();
+    void manyTabs();
     void sidebar();
     void drops();
     void flavorMenuAndHint(); // FlavorTest.cpp

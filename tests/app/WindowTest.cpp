@@ -13,6 +13,7 @@
 #include "TarnIcons.h"
 #include "TarnWebView.h"
 #include "TitleTabBar.h"
+#include "TopTabStrip.h"
 #include "WindowChrome.h"
 
 #include <QLabel>
@@ -32,9 +33,13 @@ namespace {
 // (export, find, edit) enabled, the edit and the outline item's titles.
 using EnableRow = std::tuple<int, bool, bool, bool, bool, bool, QString, QString>;
 
-QColor textColour(const TabItem *tab)
+// The colour the strip's tab `index` is painted in, at its left edge, over the bar.
+QColor tabColour(TopTabStrip *strip, int index)
 {
-    return tab->titleLabel()->palette().color(QPalette::WindowText);
+    QWidget *bar = strip->parentWidget()->parentWidget();
+    const QRect tab = strip->tabRect(index);
+    const QPoint at = strip->mapTo(bar, QPoint(tab.left() + 3, tab.center().y()));
+    return QColor(bar->grab().toImage().pixel(at));
 }
 
 } // namespace
@@ -62,7 +67,7 @@ void AppTest::contentArea()
     f.model->toggleEditing();
     QCOMPARE(f.view.currentContent(), f.view.readerPane());
     QCOMPARE(f.window.focusWidget(), page);
-    QCOMPARE(f.view.tabBar()->scrollArea()->focusPolicy(), Qt::NoFocus);
+    QCOMPARE(f.view.tabBar()->tabStrip()->focusPolicy(), Qt::NoFocus);
     QCOMPARE(f.view.sidebar()->findChild<QScrollArea *>()->focusPolicy(), Qt::NoFocus);
 
     for (TarnDocument *document : f.model->tabs())
@@ -161,7 +166,7 @@ void AppTest::themes()
     QCOMPARE(f.window.palette().color(QPalette::Window),
              WindowChrome::palette(TarnTheme::dark).color(QPalette::Window));
     f.open({"a.md", "b.md"});
-    QCOMPARE(textColour(f.view.tabBar()->tabItems().at(0)),
+    QCOMPARE(f.view.tabBar()->tabStrip()->tabTextColor(0),
              WindowChrome::secondaryText(TarnTheme::dark));
 
     QMenu *bar = f.topMenu("themeMenu");
@@ -324,29 +329,78 @@ void AppTest::tabStrip()
 {
     WindowFixture f;
     f.open({"one.md", "two.md", "a very long file name that cannot fit into any tab.md"});
-    QList<TabItem *> tabs = f.view.tabBar()->tabItems();
-    QCOMPARE(tabs.size(), 3);
-    QTRY_COMPARE(tabs[2]->width(), TabItem::maximumWidth);
-    QCOMPARE(tabs[0]->titleLabel()->displayedText(), QStringLiteral("one"));
+    TopTabStrip *strip = f.view.tabBar()->tabStrip();
+    QCOMPARE(strip->count(), 3);
+    QTRY_COMPARE(strip->tabRect(2).width(), TabItem::maximumWidth);
+    QCOMPARE(strip->displayedTitle(0), QStringLiteral("one"));
+    QVERIFY(strip->displayedTitle(2).contains(QChar(0x2026))); // elided
     // The title sits between the dot and the close button.
-    const QRect title = tabs[0]->titleLabel()->geometry();
-    QVERIFY(title.left() > 0 && title.right() < tabs[0]->closeButton()->x());
-    QVERIFY(tabs[2]->isSelected());
-    QVERIFY(tabs[2]->titleLabel()->displayedText().contains(QChar(0x2026))); // elided
+    QVERIFY(strip->dirtyDot(0)->geometry().right() < strip->closeButton(0)->x());
+    QCOMPARE(strip->currentIndex(), 2);
 
-    QTest::mouseClick(tabs[0], Qt::LeftButton, {}, QPoint(30, tabs[0]->height() / 2));
-    QCOMPARE(f.model->selectedDocument(), tabs[0]->document());
-    QVERIFY(tabs[0]->isSelected() && !tabs[2]->isSelected());
-    QCOMPARE(textColour(tabs[0]), WindowChrome::primaryText(f.model->theme()));
-    QCOMPARE(textColour(tabs[2]), WindowChrome::secondaryText(f.model->theme()));
+    QTest::mouseClick(strip, Qt::LeftButton, {}, strip->tabRect(0).center());
+    QCOMPARE(f.model->selectedDocument(), strip->document(0));
+    QCOMPARE(strip->currentIndex(), 0);
+    const TarnTheme theme = f.model->theme();
+    QCOMPARE(strip->tabTextColor(0), WindowChrome::primaryText(theme));
+    QCOMPARE(strip->tabTextColor(2), WindowChrome::secondaryText(theme));
+    const QColor bar = WindowChrome::sidebar(theme);
+    for (const auto &[index, selected] : {std::pair(0, true), std::pair(1, false)}) {
+        const QColor expected = WindowChrome::over(TabItem::backgroundColor(theme, selected), bar);
+        QCOMPARE(tabColour(strip, index).name(), expected.name());
+    }
 
-    QVERIFY(!tabs[0]->dirtyDot()->isVisible());
+    QVERIFY(!strip->dirtyDot(0)->isVisible());
     makeSelectedDirty(*f.model);
-    QVERIFY(tabs[0]->dirtyDot()->isVisible());
+    QVERIFY(strip->dirtyDot(0)->isVisible());
+    f.model->setTheme(TarnTheme::dark);
+    f.model->setTheme(theme);
     // Closing a clean tab asks nothing; the strip follows the model.
-    tabs[1]->closeButton()->click();
+    strip->closeButton(1)->click();
     QVERIFY(f.platform.alerts.isEmpty());
-    QCOMPARE(f.view.tabBar()->tabItems().size(), 2);
+    QCOMPARE(strip->count(), 2);
+}
+
+// Many tabs: the selected one is scrolled into view; Ctrl+Tab and Ctrl+PgDn step on,
+// Ctrl+Shift+Tab and Ctrl+PgUp back, around the ends; a dragged tab moves in the model too.
+void AppTest::manyTabs()
+{
+    WindowFixture f;
+    QStringList names;
+    for (int i = 0; i < 25; ++i)
+        names << QStringLiteral("document %1.md").arg(i);
+    f.open(names);
+    TopTabStrip *strip = f.view.tabBar()->tabStrip();
+    auto selectedShown = [&] {
+        return strip->rect().contains(strip->tabRect(strip->currentIndex())) &&
+               strip->currentIndex() == f.model->tabs().indexOf(f.model->selectedDocument());
+    };
+    QTRY_VERIFY(selectedShown());
+    QVERIFY(strip->tabRect(0).right() < 0); // the first tabs are scrolled away
+    f.model->selectTab(f.model->tabs().at(0)->id());
+    QTRY_VERIFY(selectedShown());
+
+    f.window.activateWindow();
+    QTRY_VERIFY(QApplication::activeWindow() == &f.window);
+    auto selected = [&] { return int(f.model->tabs().indexOf(f.model->selectedDocument())); };
+    const std::pair<QKeyCombination, int> steps[] = {
+        {Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab, 24},
+        {Qt::CTRL | Qt::Key_Tab, 0},
+        {Qt::CTRL | Qt::Key_PageDown, 1},
+        {Qt::CTRL | Qt::Key_PageUp, 0},
+        {Qt::CTRL | Qt::Key_PageUp, 24},
+    };
+    for (const auto &[key, expected] : steps) {
+        QTest::keyClick(&f.window, key.key(), key.keyboardModifiers());
+        QCOMPARE(selected(), expected);
+        QTRY_VERIFY(selectedShown());
+    }
+
+    TarnDocument *last = f.model->tabs().at(24);
+    strip->moveTab(24, 23); // as a drag ends
+    QCOMPARE(f.model->tabs().at(23), last);
+    QCOMPARE(f.model->selectedDocument(), last);
+    QCOMPARE(strip->document(23), last);
 }
 
 void AppTest::sidebar()
