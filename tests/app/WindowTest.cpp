@@ -2,11 +2,11 @@
 // what their controls, the menu's enable rules and dropped files ask of the model.
 #include "AppTestSupport.h"
 #include "EditorPane.h"
-#include "ElidedLabel.h"
 #include "EmptyTarnState.h"
 #include "FileSidebar.h"
 #include "ReaderPane.h"
 #include "ReaderSearchControl.h"
+#include "StoredFileListModel.h"
 #include "StoredFileRow.h"
 #include "TabItem.h"
 #include "TarnEditorTextView.h"
@@ -17,9 +17,9 @@
 #include "WindowChrome.h"
 
 #include <QLabel>
+#include <QListView>
 #include <QMessageBox>
 #include <QMimeData>
-#include <QScrollArea>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -68,7 +68,7 @@ void AppTest::contentArea()
     QCOMPARE(f.view.currentContent(), f.view.readerPane());
     QCOMPARE(f.window.focusWidget(), page);
     QCOMPARE(f.view.tabBar()->tabStrip()->focusPolicy(), Qt::NoFocus);
-    QCOMPARE(f.view.sidebar()->findChild<QScrollArea *>()->focusPolicy(), Qt::NoFocus);
+    QCOMPARE(f.view.sidebar()->fileList()->focusPolicy(), Qt::NoFocus);
 
     for (TarnDocument *document : f.model->tabs())
         f.model->closeTab(document);
@@ -413,44 +413,57 @@ void AppTest::sidebar()
     f.model->setStoredFiles({stored("old.md", false, 100), stored("new.md", false, 300),
                              stored("fav.md", true, 50), stored("never.md", false, {})});
     FileSidebar *sidebar = f.view.sidebar();
+    QListView *list = sidebar->fileList();
     auto names = [sidebar] {
         QStringList result;
-        for (StoredFileRow *row : sidebar->rows())
-            result << row->file().displayName;
+        for (int row = 0; row < sidebar->shownFiles()->rowCount(); ++row)
+            result << sidebar->shownFiles()->file(row).displayName;
         return result;
     };
+    auto rowOf = [&](const QString &name) {
+        return list->visualRect(sidebar->shownFiles()->index(int(names().indexOf(name)), 0));
+    };
     QCOMPARE(names(), (QStringList{"fav.md", "new.md", "old.md"}));
-    // A favourite's star stands right of its name.
-    const QWidget *favourite = sidebar->rows().first();
-    QTRY_VERIFY(favourite->findChild<QWidget *>("favoriteStar")->x() >
-                favourite->findChild<QWidget *>("fileName")->geometry().right());
     QTest::keyClicks(sidebar->filterField(), "ne");
     QCOMPARE(f.model->fileFilter(), QStringLiteral("ne"));
     QCOMPARE(names(), QStringList{"new.md"});
     f.model->setFileFilter(QString());
 
-    // A click on the star toggles the favourite and opens nothing, both ways.
-    auto clickStar = [&](const QString &name) {
-        StoredFileRow *row = sidebar->rows().at(names().indexOf(name));
-        QTest::mouseClick(row, Qt::LeftButton, {}, row->starLabel()->geometry().center());
+    // A click on the star, or a few pixels off it, toggles the favourite and opens nothing.
+    auto clickStar = [&](const QString &name, const QPoint &offset) {
+        const QRect star = StoredFileRow::starRect(rowOf(name));
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, star.center() + offset);
     };
-    clickStar("new.md");
+    clickStar("new.md", {});
     QCOMPARE(names(), (QStringList{"new.md", "fav.md", "old.md"}));
-    clickStar("new.md");
+    clickStar("new.md", {-11, 0}); // 4 px left of the 14 px star
     QCOMPARE(names(), (QStringList{"fav.md", "new.md", "old.md"}));
     QVERIFY(f.model->tabs().isEmpty());
 
     // A click elsewhere opens the file; its row then carries the selection highlight.
     f.file("old.md");
-    QTest::mouseClick(sidebar->rows()[2], Qt::LeftButton, {}, QPoint(20, 10));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      rowOf("old.md").topLeft() + QPoint(20, 10));
     QCOMPARE(f.model->selectedDocument()->url().toLocalFile(), base + "old.md");
-    for (StoredFileRow *row : sidebar->rows())
-        QCOMPARE(row->isSelected(), row->file().displayName == QLatin1String("old.md"));
+    const QImage painted = sidebar->grab().toImage();
+    const TarnTheme theme = f.model->theme();
+    const QColor highlight = WindowChrome::over(
+        WindowChrome::withAlpha(WindowChrome::accent(theme), 0.16), WindowChrome::sidebar(theme));
+    for (const QString &name : names()) {
+        const QRect row = rowOf(name);
+        const QPoint at =
+            list->viewport()->mapTo(sidebar, QPoint(row.left() + 3, row.center().y()));
+        const QColor colour(painted.pixel(at));
+        const bool highlighted = qAbs(colour.red() - highlight.red()) <= 2 &&
+                                 qAbs(colour.green() - highlight.green()) <= 2 &&
+                                 qAbs(colour.blue() - highlight.blue()) <= 2;
+        QCOMPARE(highlighted, name == QLatin1String("old.md"));
+    }
 
     // The context menu: favourite, reveal, forget.
     auto trigger = [&](const QString &name, int index) {
-        StoredFileRow *row = sidebar->rows().at(names().indexOf(name));
-        std::unique_ptr<QMenu> menu(row->makeContextMenu(nullptr));
+        const StoredFile file = sidebar->shownFiles()->file(int(names().indexOf(name)));
+        std::unique_ptr<QMenu> menu(StoredFileRow::makeContextMenu(*f.model, file, nullptr));
         menu->actions().at(index)->trigger();
         return menu->actions().at(index)->text();
     };
