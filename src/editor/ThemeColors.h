@@ -1,0 +1,21 @@
+// The reading theme's colours as Qt colours, and the label colours of its light or dark
+// appearance: one table for the window's chrome and the editor's.
+#pragma once
+
+#include "TarnTheme.h"
+
+#include <QColor>
+
+namespace ThemeColors {
+
+QColor toColor(TarnRGB rgb);
+QColor withAlpha(QColor color, double alpha);
+bool isDark(TarnTheme theme);
+
+QColor background(TarnTheme theme);
+QColor sidebar(TarnTheme theme);
+QColor accent(TarnTheme theme);
+QColor primaryText(TarnTheme theme);
+QColor secondaryText(TarnTheme theme);
+
+} // namespace ThemeColors
