@@ -82,4 +82,6 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void singleInstanceKey();
     void filePanels_data();
     void filePanels();
+    void alertKeys_data();
+    void alertKeys();
 };
