@@ -8,9 +8,7 @@
 #include <QJsonObject>
 #include <QTimeZone>
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace {
 
