@@ -395,6 +395,12 @@ void AppTest::manyTabs()
         QCOMPARE(selected(), expected);
         QTRY_VERIFY(selectedShown());
     }
+    // Also from the editor, which takes most keys.
+    f.model->toggleEditing();
+    QTRY_VERIFY(f.view.editorPane()->textView()->hasFocus());
+    QTest::keyClick(&f.window, Qt::Key_Tab, Qt::ControlModifier);
+    QCOMPARE(selected(), 0);
+    f.model->selectTab(f.model->tabs().at(24)->id());
 
     TarnDocument *last = f.model->tabs().at(24);
     strip->moveTab(24, 23); // as a drag ends
