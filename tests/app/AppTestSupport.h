@@ -54,7 +54,7 @@ class AppTest : public QObject
 {
     Q_OBJECT
 
-private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in this order
+private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, and as marked
     void contentArea();
     void editingKeepsThePlace();
     void enableRules_data();
@@ -63,10 +63,10 @@ private slots: // WindowTest.cpp, MenuTest.cpp and DesktopServicesTest.cpp, in t
     void chineseTextWeight();
     void searchControl();
     void alerts();
-    void tabStrip();
+    void drops();
+    void tabStrip(); // TabsSidebarTest.cpp
     void manyTabs();
     void sidebar();
-    void drops();
     void flavorMenuAndHint(); // FlavorTest.cpp
 
     void commandsReachTheModel();
