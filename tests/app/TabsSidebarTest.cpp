@@ -15,6 +15,7 @@
 #include <QListView>
 #include <QTest>
 #include <QToolButton>
+#include <QWheelEvent>
 
 namespace {
 
@@ -81,6 +82,14 @@ void AppTest::manyTabs()
     };
     QTRY_VERIFY(selectedShown());
     QVERIFY(strip->tabRect(0).right() < 0); // the first tabs are scrolled away
+    // The wheel scrolls the row back; it does not switch documents.
+    const int before = strip->tabRect(0).x();
+    TarnDocument *shown = f.model->selectedDocument();
+    QWheelEvent wheel(QPointF(50, 10), strip->mapToGlobal(QPointF(50, 10)), {}, {0, 120},
+                      Qt::NoButton, {}, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(strip, &wheel);
+    QVERIFY(strip->tabRect(0).x() > before);
+    QCOMPARE(f.model->selectedDocument(), shown);
     f.model->selectTab(f.model->tabs().at(0)->id());
     QTRY_VERIFY(selectedShown());
 
