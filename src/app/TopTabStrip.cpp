@@ -122,10 +122,10 @@ void TopTabStrip::wheelEvent(QWheelEvent *event)
     // The wheel scrolls the row, as the scroll buttons do; it does not switch documents.
     const QPoint delta = event->angleDelta();
     const int amount = delta.x() != 0 ? delta.x() : delta.y();
-    const auto *button = findChild<QToolButton *>(amount > 0 ? QStringLiteral("ScrollLeftButton")
-                                                             : QStringLiteral("ScrollRightButton"));
+    auto *button = findChild<QToolButton *>(amount > 0 ? QStringLiteral("ScrollLeftButton")
+                                                       : QStringLiteral("ScrollRightButton"));
     if (amount != 0 && button && button->isVisible() && button->isEnabled())
-        const_cast<QToolButton *>(button)->click();
+        button->click();
     event->accept();
 }
 
