@@ -13,10 +13,7 @@ QColor separator(TarnTheme theme)
 
 QColor over(const QColor &color, const QColor &base)
 {
-    const double a = color.alphaF();
-    return QColor::fromRgbF(float(color.redF() * a + base.redF() * (1 - a)),
-                            float(color.greenF() * a + base.greenF() * (1 - a)),
-                            float(color.blueF() * a + base.blueF() * (1 - a)));
+    return ThemeColors::blend(base, color, color.alphaF());
 }
 
 QPalette palette(TarnTheme theme)

@@ -1,19 +1,9 @@
 // Theme-dependent colours of the editor pane.
 #include "EditorPalette.h"
 
-namespace {
-
+using ThemeColors::blend;
 using ThemeColors::isDark;
 using ThemeColors::withAlpha;
-
-QColor blend(const QColor &base, const QColor &over, double amount)
-{
-    return QColor::fromRgbF(float(base.redF() + (over.redF() - base.redF()) * amount),
-                            float(base.greenF() + (over.greenF() - base.greenF()) * amount),
-                            float(base.blueF() + (over.blueF() - base.blueF()) * amount));
-}
-
-} // namespace
 
 QColor EditorPalette::panelBackground(TarnTheme theme)
 {

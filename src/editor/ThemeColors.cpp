@@ -19,6 +19,13 @@ bool isDark(TarnTheme theme)
     return TarnThemes::colorScheme(theme) == TarnColorScheme::dark;
 }
 
+QColor blend(const QColor &base, const QColor &target, double amount)
+{
+    return QColor::fromRgbF(float(base.redF() + (target.redF() - base.redF()) * amount),
+                            float(base.greenF() + (target.greenF() - base.greenF()) * amount),
+                            float(base.blueF() + (target.blueF() - base.blueF()) * amount));
+}
+
 QColor background(TarnTheme theme)
 {
     return toColor(TarnThemes::backgroundColor(theme));

@@ -11,6 +11,8 @@ namespace ThemeColors {
 QColor toColor(TarnRGB rgb);
 QColor withAlpha(QColor color, double alpha);
 bool isDark(TarnTheme theme);
+// `base` moved `amount` (0 to 1) of the way towards `target`; opaque.
+QColor blend(const QColor &base, const QColor &target, double amount);
 
 QColor background(TarnTheme theme);
 QColor sidebar(TarnTheme theme);
