@@ -1,7 +1,9 @@
-// Rebuilds the rows whenever the filtered library changes, and highlights the open document.
+// The file list is a QListView over the library's item model, filtered and ordered by a proxy;
+// a click on a row's star toggles the favourite, anywhere else on the row it opens the file.
 #include "FileSidebar.h"
 
 #include "AppModel.h"
+#include "StoredFileListModel.h"
 #include "StoredFileRow.h"
 #include "TarnIcons.h"
 #include "WindowChrome.h"
@@ -10,7 +12,9 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QScrollArea>
+#include <QListView>
+#include <QMenu>
+#include <QMouseEvent>
 #include <QVBoxLayout>
 
 FileSidebar::FileSidebar(AppModel &model, QWidget *parent)
@@ -48,56 +52,86 @@ FileSidebar::FileSidebar(AppModel &model, QWidget *parent)
             m_filter->setText(m_model.fileFilter());
     });
 
-    m_scroll = new QScrollArea(this);
-    // Rows are clicked, not focused: Tab goes from the filter field on to the content.
-    m_scroll->setFocusPolicy(Qt::NoFocus);
-    m_scroll->setObjectName(QStringLiteral("storedFileList"));
-    m_scroll->setFrameShape(QFrame::NoFrame);
-    m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_scroll->setWidgetResizable(true);
-    m_scroll->viewport()->setAutoFillBackground(false);
-    m_list = new QWidget(m_scroll);
-    m_list->setAutoFillBackground(false);
-    auto *rows = new QVBoxLayout(m_list);
-    rows->setContentsMargins(0, 0, 0, 0);
-    rows->setSpacing(2);
-    rows->addStretch(1);
-    m_scroll->setWidget(m_list);
-    column->addWidget(m_scroll, 1);
+    m_sections = new QVBoxLayout;
+    m_sections->setContentsMargins(0, 0, 0, 0);
+    m_sections->setSpacing(10);
+    column->addLayout(m_sections, 1);
 
-    connect(&m_model, &AppModel::filteredStoredFilesChanged, this, &FileSidebar::rebuildRows);
+    m_files = new StoredFileListModel(this);
+    m_shown = new StoredFileFilterModel(this);
+    m_shown->setSourceModel(m_files);
+    m_rows = new StoredFileRow(this);
+    m_list = new QListView(this);
+    m_list->setObjectName(QStringLiteral("storedFileList"));
+    m_list->setModel(m_shown);
+    m_list->setItemDelegate(m_rows);
+    // Rows are clicked, not focused: Tab goes from the filter field on to the content.
+    m_list->setFocusPolicy(Qt::NoFocus);
+    m_list->setFrameShape(QFrame::NoFrame);
+    m_list->setSelectionMode(QAbstractItemView::NoSelection);
+    m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_list->setUniformItemSizes(true);
+    m_list->setMouseTracking(true);
+    m_list->setCursor(Qt::PointingHandCursor);
+    m_list->viewport()->setAttribute(Qt::WA_Hover);
+    m_list->viewport()->setAutoFillBackground(false);
+    m_list->viewport()->installEventFilter(this);
+    m_list->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_list, &QListView::customContextMenuRequested, this, &FileSidebar::showContextMenu);
+    m_sections->addWidget(m_list, 1);
+
+    connect(&m_model, &AppModel::filteredStoredFilesChanged, this, &FileSidebar::updateFiles);
     connect(&m_model, &AppModel::selectedDocumentChanged, this, &FileSidebar::updateSelection);
     connect(&m_model, &AppModel::themeChanged, this, &FileSidebar::updateTheme);
     updateTheme();
-    rebuildRows();
+    updateFiles();
+    updateSelection();
 }
 
-void FileSidebar::rebuildRows()
+bool FileSidebar::eventFilter(QObject *watched, QEvent *event)
 {
-    auto *layout = static_cast<QVBoxLayout *>(m_list->layout());
-    // Rows go later, not at once: a row's own menu or click may be what changed the library.
-    for (StoredFileRow *row : std::as_const(m_rows)) {
-        layout->removeWidget(row);
-        row->hide();
-        row->deleteLater();
-    }
-    m_rows.clear();
-    const QList<StoredFile> files = m_model.filteredStoredFiles();
-    for (const StoredFile &file : files) {
-        auto *row = new StoredFileRow(m_model, file, m_list);
-        row->setTheme(m_model.theme());
-        layout->insertWidget(layout->count() - 1, row);
-        m_rows << row;
-    }
-    updateSelection();
+    if (watched != m_list->viewport() || event->type() != QEvent::MouseButtonRelease)
+        return QWidget::eventFilter(watched, event);
+    const auto *mouse = static_cast<QMouseEvent *>(event);
+    const QPoint at = mouse->position().toPoint();
+    const QModelIndex index = m_list->indexAt(at);
+    if (mouse->button() != Qt::LeftButton || !index.isValid())
+        return QWidget::eventFilter(watched, event);
+    const StoredFile file = m_shown->file(index.row());
+    const int slop = StoredFileRow::starSlop;
+    if (StoredFileRow::starRect(m_list->visualRect(index))
+            .adjusted(-slop, -slop, slop, slop)
+            .contains(at))
+        m_model.toggleFavorite(file);
+    else
+        m_model.openStoredFile(file);
+    return true;
+}
+
+void FileSidebar::showContextMenu(const QPoint &at)
+{
+    const QModelIndex index = m_list->indexAt(at);
+    if (!index.isValid())
+        return;
+    QMenu *menu = StoredFileRow::makeContextMenu(m_model, m_shown->file(index.row()), this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->popup(m_list->viewport()->mapToGlobal(at));
+}
+
+void FileSidebar::updateFiles()
+{
+    if (m_files->files() != m_model.storedFiles())
+        m_files->setFiles(m_model.storedFiles());
+    m_shown->setFilterText(m_model.fileFilter());
 }
 
 void FileSidebar::updateSelection()
 {
     const TarnDocument *document = m_model.selectedDocument();
-    const QString path = document ? document->url().toLocalFile() : QString();
-    for (StoredFileRow *row : std::as_const(m_rows))
-        row->setSelected(!path.isEmpty() && row->file().path == path);
+    m_rows->setSelectedPath(document ? document->url().toLocalFile() : QString());
+    m_list->viewport()->update();
 }
 
 void FileSidebar::updateTheme()
@@ -108,6 +142,6 @@ void FileSidebar::updateTheme()
                             .pixmap(QSize(20, 20), devicePixelRatioF()));
     m_filterSymbol->setIcon(
         TarnIcons::icon(QStringLiteral("search"), WindowChrome::secondaryText(theme)));
-    for (StoredFileRow *row : std::as_const(m_rows))
-        row->setTheme(theme);
+    m_rows->setTheme(theme);
+    m_list->viewport()->update();
 }

@@ -1,13 +1,16 @@
-// The sidebar: the "Tarn" header, the file filter and the rows of recent and favourite files.
+// The sidebar: the "Tarn" header, the file filter, then its sections; today one, the list of
+// recent and favourite files.
 #pragma once
 
-#include <QList>
 #include <QWidget>
 
 class AppModel;
 class QLabel;
 class QLineEdit;
-class QScrollArea;
+class QListView;
+class QVBoxLayout;
+class StoredFileFilterModel;
+class StoredFileListModel;
 class StoredFileRow;
 
 class FileSidebar : public QWidget
@@ -20,20 +23,31 @@ public:
     explicit FileSidebar(AppModel &model, QWidget *parent = nullptr);
 
     QLineEdit *filterField() const { return m_filter; }
-    QList<StoredFileRow *> rows() const { return m_rows; }
     QLabel *titleLabel() const { return m_title; }
+    // The recent and favourite files as shown: filtered and in the sidebar's order.
+    QListView *fileList() const { return m_list; }
+    StoredFileFilterModel *shownFiles() const { return m_shown; }
+    // The sections below the filter field, top to bottom; another section goes in with
+    // insertWidget (index 0 puts it above the files).
+    QVBoxLayout *sections() const { return m_sections; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void rebuildRows();
+    void updateFiles();
     void updateSelection();
     void updateTheme();
+    void showContextMenu(const QPoint &at);
 
     AppModel &m_model;
     QLabel *m_symbol;
     QLabel *m_title;
     QLineEdit *m_filter;
     QAction *m_filterSymbol;
-    QScrollArea *m_scroll;
-    QWidget *m_list;
-    QList<StoredFileRow *> m_rows;
+    QVBoxLayout *m_sections;
+    StoredFileListModel *m_files;
+    StoredFileFilterModel *m_shown;
+    StoredFileRow *m_rows;
+    QListView *m_list;
 };

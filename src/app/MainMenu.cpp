@@ -6,7 +6,6 @@
 #include "AppModel.h"
 #include "EditRouting.h"
 #include "EditorNotifications.h"
-#include "MenuLocalizer.h"
 #include "PlainTextEditView.h"
 #include "Utf16Text.h"
 
@@ -14,7 +13,6 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
-#include <QTimer>
 #include <QWidget>
 
 namespace {
@@ -22,7 +20,6 @@ namespace {
 // Kept in properties rather than QAction::data(), which items the desktop adds may use.
 const char kCommandProperty[] = "tarnCommand";
 const char kThemeProperty[] = "tarnTheme";
-const char kWatchedProperty[] = "tarnWatched";
 
 QString themeTitle(TarnTheme theme)
 {
@@ -64,12 +61,14 @@ QAction *MainMenu::addItem(QMenu *menu, const QString &title, Command command,
 void MainMenu::install(QMenuBar *bar)
 {
     QMenu *app = bar->addMenu(QStringLiteral("Tarn"));
+    app->setObjectName(QStringLiteral("tarnMenu"));
     addItem(app, QStringLiteral("关于 Tarn"), Command::about);
     addItem(app, QStringLiteral("联系作者"), Command::contact);
     app->addSeparator();
     addItem(app, QStringLiteral("退出 Tarn"), Command::quit, QKeySequence(Qt::CTRL | Qt::Key_Q));
 
     QMenu *file = bar->addMenu(QStringLiteral("文件"));
+    file->setObjectName(QStringLiteral("fileMenu"));
     addItem(file, QStringLiteral("打开..."), Command::open, QKeySequence(Qt::CTRL | Qt::Key_O));
     file->addSeparator();
     addItem(file, QStringLiteral("保存"), Command::save, QKeySequence(Qt::CTRL | Qt::Key_S));
@@ -83,6 +82,7 @@ void MainMenu::install(QMenuBar *bar)
             QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_W));
 
     QMenu *edit = bar->addMenu(QStringLiteral("编辑"));
+    edit->setObjectName(QStringLiteral("editMenu"));
     addItem(edit, QStringLiteral("撤销"), Command::undo, QKeySequence(Qt::CTRL | Qt::Key_Z));
     addItem(edit, QStringLiteral("重做"), Command::redo,
             QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z));
@@ -96,6 +96,7 @@ void MainMenu::install(QMenuBar *bar)
     addItem(edit, QStringLiteral("查找"), Command::find, QKeySequence(Qt::CTRL | Qt::Key_F));
 
     QMenu *view = bar->addMenu(QStringLiteral("视图"));
+    view->setObjectName(QStringLiteral("viewMenu"));
     addItem(view, QStringLiteral("编辑 Markdown"), Command::toggleEditing,
             QKeySequence(Qt::CTRL | Qt::Key_E));
     QAction *split = addItem(view, QStringLiteral("分栏预览"), Command::toggleSplitView,
@@ -113,6 +114,7 @@ void MainMenu::install(QMenuBar *bar)
     bar->addMenu(makeThemeMenu(bar));
 
     QMenu *window = bar->addMenu(QStringLiteral("窗口"));
+    window->setObjectName(QStringLiteral("windowMenu"));
     addItem(window, QStringLiteral("最小化"), Command::minimize,
             QKeySequence(Qt::CTRL | Qt::Key_M));
     addItem(window, QStringLiteral("缩放"), Command::zoom);
@@ -120,6 +122,7 @@ void MainMenu::install(QMenuBar *bar)
     addItem(window, QStringLiteral("全部前置"), Command::bringAllToFront);
 
     QMenu *help = bar->addMenu(QStringLiteral("帮助"));
+    help->setObjectName(QStringLiteral("helpMenu"));
     addItem(help, QStringLiteral("联系作者"), Command::contact);
     help->addSeparator();
     addItem(help, QStringLiteral("打开使用日志"), Command::revealUsageLog);
@@ -133,6 +136,7 @@ QMenu *MainMenu::makeThemeMenu(QWidget *parent)
 {
     // Check marks, not radio buttons: validation keeps exactly one item checked.
     auto *menu = new QMenu(QStringLiteral("主题"), parent);
+    menu->setObjectName(QStringLiteral("themeMenu"));
     for (const TarnTheme theme : TarnThemes::allCases) {
         QAction *action = addItem(menu, themeTitle(theme), Command::selectTheme);
         action->setProperty(kThemeProperty, int(theme));
@@ -333,30 +337,15 @@ void MainMenu::validateAll()
 
 void MainMenu::watch(QMenu *menu)
 {
-    if (!menu || menu->property(kWatchedProperty).toBool())
-        return;
-    menu->setProperty(kWatchedProperty, true);
-    connect(menu, &QMenu::aboutToShow, this, [this, menu] {
-        MenuLocalizer::localize(menu, [this](QMenu *submenu) { watch(submenu); });
-        validateMenu(menu);
-    });
+    if (menu)
+        connect(menu, &QMenu::aboutToShow, this, [this, menu] { validateMenu(menu); });
 }
 
-void MainMenu::localizeMenuBar(QMenuBar *bar)
+QMenu *MainMenu::menu(const QMenuBar *bar, const QString &objectName)
 {
-    MenuLocalizer::localizeMenuBar(
-        bar, [this](QMenuBar *target) { install(target); },
-        [this](QMenuBar *target) { return makeThemeMenu(target); },
-        [this](QMenu *menu) { watch(menu); });
-}
-
-void MainMenu::scheduleLocalization(QMenuBar *bar)
-{
-    const QPointer<QMenuBar> target(bar);
-    for (const int delay : {0, 200, 1000, 2000}) {
-        QTimer::singleShot(delay, this, [this, target] {
-            if (target)
-                localizeMenuBar(target);
-        });
+    for (QAction *action : bar->actions()) {
+        if (action->menu() && action->menu()->objectName() == objectName)
+            return action->menu();
     }
+    return nullptr;
 }

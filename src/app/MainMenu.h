@@ -1,5 +1,5 @@
-// The menu bar: building it, localising what the desktop adds, and enabling and retitling its
-// items from the application's state.
+// The menu bar: building it with its Chinese titles, and enabling and retitling its items from
+// the application's state.
 #pragma once
 
 #include "TarnTheme.h"
@@ -61,11 +61,9 @@ public:
     // "主题" with the four themes in their fixed order.
     QMenu *makeThemeMenu(QWidget *parent);
 
-    // Rebuilds an emptied bar, translates English titles, and brings back a lost "主题" menu.
-    void localizeMenuBar(QMenuBar *bar);
-    // Runs localizeMenuBar at once and again after 0.2 s, 1 s and 2 s, when the desktop may
-    // have added items of its own.
-    void scheduleLocalization(QMenuBar *bar);
+    // The bar's menu with this object name ("fileMenu", "themeMenu", ...): code finds menus by
+    // name, since titles are for people.
+    static QMenu *menu(const QMenuBar *bar, const QString &objectName);
 
     // Enables, retitles and checks one item from the model's state.
     void validate(QAction *action);
@@ -86,7 +84,7 @@ private:
     QAction *addItem(QMenu *menu, const QString &title, Command command,
                      const QKeySequence &shortcut = {});
     void trigger(Command command, QAction *action);
-    // Localises and validates `menu` each time it is about to open (once per menu).
+    // Validates `menu` each time it is about to open.
     void watch(QMenu *menu);
 
     AppModel &m_model;

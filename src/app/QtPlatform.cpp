@@ -1,6 +1,7 @@
 // Qt implementations of panels and alerts; D-Bus for the file manager; xbel for recent files.
 #include "QtPlatform.h"
 
+#include "AlertBox.h"
 #include "FilePanelModel.h"
 #include "RecentDocuments.h"
 
@@ -11,9 +12,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QMessageBox>
 #include <QMimeDatabase>
-#include <QPushButton>
 
 namespace {
 
@@ -61,24 +60,7 @@ std::optional<QUrl> QtPlatform::runSavePanel(const SavePanelOptions &options)
 
 int QtPlatform::runModalAlert(const ModalAlert &alert)
 {
-    QMessageBox box(m_window);
-    box.setIcon(alert.style == AlertStyle::critical ? QMessageBox::Critical : QMessageBox::Warning);
-    box.setWindowTitle(QStringLiteral("Tarn"));
-    box.setText(alert.message);
-    box.setInformativeText(alert.informativeText);
-    QList<QAbstractButton *> buttons;
-    for (qsizetype i = 0; i < alert.buttons.size(); ++i) {
-        // First button is the default; a last one of several is what Escape presses.
-        const auto role = i == 0 ? QMessageBox::AcceptRole
-                          : (i == alert.buttons.size() - 1 && alert.buttons.size() > 2)
-                              ? QMessageBox::RejectRole
-                              : QMessageBox::DestructiveRole;
-        buttons << box.addButton(alert.buttons[i], role);
-    }
-    if (!buttons.isEmpty())
-        box.setDefaultButton(qobject_cast<QPushButton *>(buttons.first()));
-    box.exec();
-    return int(buttons.indexOf(box.clickedButton()));
+    return AlertBox::run(alert, m_window);
 }
 
 void QtPlatform::openWithDefaultHandler(const QUrl &url)

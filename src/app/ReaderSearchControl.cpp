@@ -3,6 +3,7 @@
 #include "ReaderSearchControl.h"
 
 #include "AppModel.h"
+#include "SearchStatus.h"
 #include "TarnIcons.h"
 #include "WindowChrome.h"
 
@@ -108,11 +109,7 @@ ReaderSearchControl::ReaderSearchControl(AppModel &model, QWidget *parent)
 
 QString ReaderSearchControl::resultText(const QString &query, int current, int count)
 {
-    if (query.trimmed().isEmpty())
-        return QString();
-    if (count > 0)
-        return QStringLiteral("%1/%2").arg(current).arg(count);
-    return QStringLiteral("无结果");
+    return query.trimmed().isEmpty() ? QString() : searchStatusText(current, count);
 }
 
 void ReaderSearchControl::awaitReport()

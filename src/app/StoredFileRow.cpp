@@ -1,152 +1,125 @@
-// A sidebar row calls the model with its entry; it never touches the library itself.
+// Paints the sidebar's rows; the row only draws, the sidebar turns clicks into model calls.
 #include "StoredFileRow.h"
 
 #include "AppModel.h"
-#include "ElidedLabel.h"
+#include "StoredFileListModel.h"
 #include "TarnIcons.h"
 #include "WindowChrome.h"
 
-#include <QContextMenuEvent>
 #include <QDir>
-#include <QGridLayout>
-#include <QLabel>
 #include <QMenu>
 #include <QPainter>
 #include <QPainterPath>
 
-StoredFileRow::StoredFileRow(AppModel &model, const StoredFile &file, QWidget *parent)
-    : QWidget(parent)
-    , m_model(model)
-    , m_file(file)
+namespace {
+
+constexpr int kLeft = 10;
+constexpr int kRight = 8;
+constexpr int kVertical = 6;
+constexpr int kGap = 1;   // between a row and the next
+constexpr int kStar = 14; // the star's side
+constexpr int kSpacing = 6;
+
+QFont nameFont(const QFont &base)
 {
-    setObjectName(QStringLiteral("storedFileRow"));
-    setCursor(Qt::PointingHandCursor);
-    setToolTip(file.path);
-    auto *grid = new QGridLayout(this);
-    grid->setContentsMargins(10, 6, 8, 6);
-    grid->setHorizontalSpacing(6);
-    grid->setVerticalSpacing(1);
+    return WindowChrome::scaledFont(base, 13, QFont::DemiBold);
+}
 
-    m_name = new ElidedLabel(this);
-    m_name->setObjectName(QStringLiteral("fileName"));
-    m_name->setFont(WindowChrome::scaledFont(font(), 13, QFont::DemiBold));
-    m_name->setText(file.displayName);
-    grid->addWidget(m_name, 0, 0);
+QFont folderFont(const QFont &base)
+{
+    return WindowChrome::scaledFont(base, 11);
+}
 
-    m_folder = new ElidedLabel(this);
-    m_folder->setObjectName(QStringLiteral("fileFolder"));
-    m_folder->setFont(WindowChrome::scaledFont(font(), 11));
-    m_folder->setText(folderLine(file));
-    grid->addWidget(m_folder, 1, 0);
+} // namespace
 
-    m_star = new QLabel(this);
-    m_star->setObjectName(QStringLiteral("favoriteStar"));
-    m_star->setFixedSize(14, 14);
-    grid->addWidget(m_star, 0, 1, 2, 1, Qt::AlignVCenter);
-    grid->setColumnStretch(0, 1);
+StoredFileRow::StoredFileRow(QObject *parent)
+    : QStyledItemDelegate(parent)
+{
     setTheme(m_theme);
 }
 
-QString StoredFileRow::folderLine(const StoredFile &file)
+void StoredFileRow::setTheme(TarnTheme theme)
 {
-    const QString folder = file.subtitle();
+    m_theme = theme;
+    m_star = TarnIcons::icon(QStringLiteral("star"), WindowChrome::secondaryText(theme));
+    m_filledStar = TarnIcons::filledIcon(QStringLiteral("star"), WindowChrome::accent(theme));
+}
+
+QRect StoredFileRow::starRect(const QRect &row)
+{
+    return QRect(row.right() - kRight - kStar + 1, row.center().y() - kStar / 2 + 1, kStar, kStar);
+}
+
+QString StoredFileRow::folderLine(const QString &folder)
+{
     const QString home = QDir::homePath();
     if (home.size() > 1 && (folder == home || folder.startsWith(home + QLatin1Char('/'))))
         return QStringLiteral("~") + folder.mid(home.size());
     return folder;
 }
 
-void StoredFileRow::setSelected(bool selected)
-{
-    m_selected = selected;
-    update();
-}
-
-void StoredFileRow::setTheme(TarnTheme theme)
-{
-    m_theme = theme;
-    QPalette p = palette();
-    p.setColor(QPalette::WindowText, WindowChrome::primaryText(theme));
-    m_name->setPalette(p);
-    p.setColor(QPalette::WindowText, WindowChrome::secondaryText(theme));
-    m_folder->setPalette(p);
-    const QIcon star =
-        m_file.isFavorite
-            ? TarnIcons::filledIcon(QStringLiteral("star"), WindowChrome::accent(theme))
-            : TarnIcons::icon(QStringLiteral("star"), WindowChrome::secondaryText(theme));
-    m_star->setPixmap(star.pixmap(QSize(14, 14), devicePixelRatioF()));
-    m_star->setToolTip(m_file.isFavorite ? QStringLiteral("已收藏") : QString());
-    update();
-}
-
-QColor StoredFileRow::backgroundColor() const
-{
-    if (m_selected)
-        return WindowChrome::withAlpha(WindowChrome::accent(m_theme), 0.16);
-    if (m_hovered)
-        return WindowChrome::withAlpha(WindowChrome::primaryText(m_theme), 0.05);
-    return Qt::transparent;
-}
-
-QMenu *StoredFileRow::makeContextMenu(QWidget *parent)
+QMenu *StoredFileRow::makeContextMenu(AppModel &model, const StoredFile &file, QWidget *parent)
 {
     auto *menu = new QMenu(parent);
-    const StoredFile file = m_file;
-    AppModel *model = &m_model;
-    menu->addAction(file.isFavorite ? QStringLiteral("取消收藏") : QStringLiteral("收藏"), model,
-                    [model, file] { model->toggleFavorite(file); });
-    menu->addAction(QStringLiteral("在文件管理器中显示"), model,
-                    [model, file] { model->showInFinder(file); });
-    menu->addAction(QStringLiteral("从最近记录移除"), model,
-                    [model, file] { model->removeRecent(file); });
+    AppModel *target = &model;
+    menu->addAction(file.isFavorite ? QStringLiteral("取消收藏") : QStringLiteral("收藏"), target,
+                    [target, file] { target->toggleFavorite(file); });
+    menu->addAction(QStringLiteral("在文件管理器中显示"), target,
+                    [target, file] { target->showInFinder(file); });
+    menu->addAction(QStringLiteral("从最近记录移除"), target,
+                    [target, file] { target->removeRecent(file); });
     return menu;
 }
 
-void StoredFileRow::paintEvent(QPaintEvent *)
+void StoredFileRow::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                          const QModelIndex &index) const
 {
-    const QColor color = backgroundColor();
-    if (color.alpha() == 0)
-        return;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QPainterPath path;
-    path.addRoundedRect(QRectF(rect()), 6, 6);
-    painter.fillPath(path, color);
+    const QRect row = option.rect.adjusted(0, kGap, 0, -kGap);
+    const bool selected = !m_selectedPath.isEmpty() &&
+                          index.data(StoredFileListModel::PathRole).toString() == m_selectedPath;
+    QColor background = Qt::transparent;
+    if (selected)
+        background = WindowChrome::withAlpha(WindowChrome::accent(m_theme), 0.16);
+    else if (option.state & QStyle::State_MouseOver)
+        background = WindowChrome::withAlpha(WindowChrome::primaryText(m_theme), 0.05);
+
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    if (background.alpha() > 0) {
+        QPainterPath path;
+        path.addRoundedRect(QRectF(row), 6, 6);
+        painter->fillPath(path, background);
+    }
+
+    const QRect star = starRect(option.rect);
+    const bool favorite = index.data(StoredFileListModel::FavoriteRole).toBool();
+    (favorite ? m_filledStar : m_star).paint(painter, star);
+
+    const QRect text(row.left() + kLeft, row.top() + kVertical,
+                     star.left() - kSpacing - row.left() - kLeft, row.height() - 2 * kVertical);
+    const QFont name = nameFont(option.font);
+    const QFont folder = folderFont(option.font);
+    const QFontMetrics nameMetrics(name);
+    const QFontMetrics folderMetrics(folder);
+    painter->setFont(name);
+    painter->setPen(WindowChrome::primaryText(m_theme));
+    painter->drawText(QRect(text.left(), text.top(), text.width(), nameMetrics.height()),
+                      Qt::AlignLeft | Qt::AlignVCenter,
+                      nameMetrics.elidedText(index.data(Qt::DisplayRole).toString(),
+                                             Qt::ElideMiddle, text.width()));
+    const QString line = folderLine(index.data(StoredFileListModel::FolderRole).toString());
+    painter->setFont(folder);
+    painter->setPen(WindowChrome::secondaryText(m_theme));
+    painter->drawText(QRect(text.left(), text.top() + nameMetrics.height() + 1, text.width(),
+                            folderMetrics.height()),
+                      Qt::AlignLeft | Qt::AlignVCenter,
+                      folderMetrics.elidedText(line, Qt::ElideMiddle, text.width()));
+    painter->restore();
 }
 
-void StoredFileRow::mouseReleaseEvent(QMouseEvent *event)
+QSize StoredFileRow::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const
 {
-    QWidget::mouseReleaseEvent(event);
-    const QPoint at = event->position().toPoint();
-    if (event->button() != Qt::LeftButton || !rect().contains(at))
-        return;
-    // Both calls may rebuild the sidebar, which deletes this row: call the model last.
-    AppModel &model = m_model;
-    const StoredFile file = m_file;
-    // The star is small: a click a few pixels off it still means the star.
-    if (m_star->geometry().adjusted(-starSlop, -starSlop, starSlop, starSlop).contains(at))
-        model.toggleFavorite(file);
-    else
-        model.openStoredFile(file);
-}
-
-void StoredFileRow::contextMenuEvent(QContextMenuEvent *event)
-{
-    QMenu *menu = makeContextMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->popup(event->globalPos());
-}
-
-void StoredFileRow::enterEvent(QEnterEvent *event)
-{
-    QWidget::enterEvent(event);
-    m_hovered = true;
-    update();
-}
-
-void StoredFileRow::leaveEvent(QEvent *event)
-{
-    QWidget::leaveEvent(event);
-    m_hovered = false;
-    update();
+    const int height = QFontMetrics(nameFont(option.font)).height() + 1 +
+                       QFontMetrics(folderFont(option.font)).height() + 2 * kVertical + 2 * kGap;
+    return QSize(option.rect.width(), height);
 }

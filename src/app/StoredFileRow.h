@@ -1,56 +1,44 @@
-// One library entry in the sidebar: name, folder, favourite star, and its context menu. A click
-// on the star toggles the favourite; anywhere else on the row it opens the file.
+// How one library entry is drawn in the sidebar's list: name over folder, the favourite star on
+// the right, the selected document's row in the accent colour; and the row's context menu.
 #pragma once
 
 #include "StoredFile.h"
 #include "TarnTheme.h"
 
-#include <QWidget>
+#include <QIcon>
+#include <QStyledItemDelegate>
 
 class AppModel;
-class ElidedLabel;
-class QLabel;
 class QMenu;
 
-class StoredFileRow : public QWidget
+class StoredFileRow : public QStyledItemDelegate
 {
     Q_OBJECT
 
 public:
-    StoredFileRow(AppModel &model, const StoredFile &file, QWidget *parent = nullptr);
-
-    const StoredFile &file() const { return m_file; }
-    bool isSelected() const { return m_selected; }
-    void setSelected(bool selected);
-    void setTheme(TarnTheme theme);
-    QColor backgroundColor() const;
-
-    // The context menu's items for this row, in order.
-    QMenu *makeContextMenu(QWidget *parent);
-
-    ElidedLabel *nameLabel() const { return m_name; }
-    ElidedLabel *folderLabel() const { return m_folder; }
-    QLabel *starLabel() const { return m_star; }
-
-    // The folder as shown: the home folder abbreviated to "~".
-    static QString folderLine(const StoredFile &file);
-
-protected:
-    void paintEvent(QPaintEvent *event) override;
-    void mouseReleaseEvent(QMouseEvent *event) override;
-    void contextMenuEvent(QContextMenuEvent *event) override;
-    void enterEvent(QEnterEvent *event) override;
-    void leaveEvent(QEvent *event) override;
-
-private:
+    // A click this far off the star still means the star, which is small.
     static constexpr int starSlop = 5;
 
-    AppModel &m_model;
-    StoredFile m_file;
-    ElidedLabel *m_name;
-    ElidedLabel *m_folder;
-    QLabel *m_star;
+    explicit StoredFileRow(QObject *parent = nullptr);
+
+    void setTheme(TarnTheme theme);
+    // The file of the selected document; its row is highlighted.
+    void setSelectedPath(const QString &path) { m_selectedPath = path; }
+
+    // Where the star is drawn in a row occupying `row`.
+    static QRect starRect(const QRect &row);
+    // A folder as shown: the home folder abbreviated to "~".
+    static QString folderLine(const QString &folder);
+    // The context menu's items for `file`, in order.
+    static QMenu *makeContextMenu(AppModel &model, const StoredFile &file, QWidget *parent);
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option,
+               const QModelIndex &index) const override;
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+
+private:
     TarnTheme m_theme = TarnTheme::businessBlue;
-    bool m_selected = false;
-    bool m_hovered = false;
+    QString m_selectedPath;
+    QIcon m_star;
+    QIcon m_filledStar;
 };

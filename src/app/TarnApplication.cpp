@@ -72,8 +72,6 @@ TarnApplication::TarnApplication(QSettings &settings, Platform &platform,
         if (m_contact)
             m_contact->setPalette(WindowChrome::palette(m_model->theme()));
     });
-    connect(qApp, &QGuiApplication::applicationStateChanged, this,
-            &TarnApplication::onApplicationStateChanged);
 }
 
 TarnApplication::~TarnApplication()
@@ -128,7 +126,6 @@ void TarnApplication::launch(const QStringList &files)
     // After the command line's files, so that opening them does not ask about a recovered draft.
     if (m_draftKeeper)
         m_draftKeeper->restore();
-    m_menu->scheduleLocalization(window->menuBar());
     showMainContentWindow(true);
 }
 
@@ -223,12 +220,6 @@ void TarnApplication::showAbout()
     box.setInformativeText(QStringLiteral("版本 %1\nMarkdown 阅读与轻量编辑").arg(version()));
     box.addButton(QStringLiteral("好"), QMessageBox::AcceptRole);
     box.exec();
-}
-
-void TarnApplication::onApplicationStateChanged(Qt::ApplicationState state)
-{
-    if (state == Qt::ApplicationActive && m_window)
-        m_menu->localizeMenuBar(m_window->menuBar());
 }
 
 void TarnApplication::configureApplication(QApplication &app)

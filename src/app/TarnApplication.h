@@ -74,7 +74,6 @@ private:
     void showMainContentWindow(bool activate);
     void showContactWindow();
     void showAbout();
-    void onApplicationStateChanged(Qt::ApplicationState state);
     void openHandedOverFiles();
     // Opens the documents among `paths` and alerts about the rest.
     void openGivenFiles(const QStringList &paths);

@@ -1,14 +1,13 @@
-// The bar above the toolbar: one tab per open document, or "未打开文件" when there is none.
+// The bar above the toolbar: the tab strip, or "未打开文件" when no document is open; and the
+// keys that step through the tabs.
 #pragma once
 
-#include <QList>
 #include <QWidget>
 
 class AppModel;
 class QLabel;
-class QScrollArea;
 class QStackedWidget;
-class TabItem;
+class TopTabStrip;
 
 class TitleTabBar : public QWidget
 {
@@ -19,22 +18,17 @@ public:
 
     explicit TitleTabBar(AppModel &model, QWidget *parent = nullptr);
 
-    QList<TabItem *> tabItems() const { return m_items; }
+    TopTabStrip *tabStrip() const { return m_strip; }
     QLabel *emptyCaption() const { return m_caption; }
-    QScrollArea *scrollArea() const { return m_scroll; }
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void rebuildTabs();
-    void updateSelection();
+    // Selects the tab `step` places after the selected one, wrapping around at either end.
+    void selectNeighbour(int step);
+    void updateContent();
     void updateTheme();
 
     AppModel &m_model;
     QStackedWidget *m_stack;
     QLabel *m_caption;
-    QScrollArea *m_scroll;
-    QWidget *m_row;
-    QList<TabItem *> m_items;
+    TopTabStrip *m_strip;
 };

@@ -6,47 +6,6 @@
 
 namespace WindowChrome {
 
-QColor toColor(TarnRGB rgb)
-{
-    return QColor::fromRgbF(float(rgb.red), float(rgb.green), float(rgb.blue));
-}
-
-QColor withAlpha(QColor color, double alpha)
-{
-    color.setAlphaF(float(alpha));
-    return color;
-}
-
-bool isDark(TarnTheme theme)
-{
-    return TarnThemes::colorScheme(theme) == TarnColorScheme::dark;
-}
-
-QColor background(TarnTheme theme)
-{
-    return toColor(TarnThemes::backgroundColor(theme));
-}
-
-QColor sidebar(TarnTheme theme)
-{
-    return toColor(TarnThemes::sidebarColor(theme));
-}
-
-QColor accent(TarnTheme theme)
-{
-    return toColor(TarnThemes::accentColor(theme));
-}
-
-QColor primaryText(TarnTheme theme)
-{
-    return isDark(theme) ? QColor(255, 255, 255, 230) : QColor(0, 0, 0, 217);
-}
-
-QColor secondaryText(TarnTheme theme)
-{
-    return isDark(theme) ? QColor(235, 235, 245, 153) : QColor(60, 60, 67, 153);
-}
-
 QColor separator(TarnTheme theme)
 {
     return withAlpha(isDark(theme) ? Qt::white : Qt::black, isDark(theme) ? 0.14 : 0.10);
@@ -54,10 +13,7 @@ QColor separator(TarnTheme theme)
 
 QColor over(const QColor &color, const QColor &base)
 {
-    const double a = color.alphaF();
-    return QColor::fromRgbF(float(color.redF() * a + base.redF() * (1 - a)),
-                            float(color.greenF() * a + base.greenF() * (1 - a)),
-                            float(color.blueF() * a + base.blueF() * (1 - a)));
+    return ThemeColors::blend(base, color, color.alphaF());
 }
 
 QPalette palette(TarnTheme theme)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "TarnTheme.h"
+#include "ThemeColors.h"
 
 #include <QColor>
 #include <QFont>
@@ -11,16 +12,15 @@ class QWidget;
 
 namespace WindowChrome {
 
-QColor toColor(TarnRGB rgb);
-QColor withAlpha(QColor color, double alpha);
-bool isDark(TarnTheme theme);
-
-QColor background(TarnTheme theme);
-QColor sidebar(TarnTheme theme);
-QColor accent(TarnTheme theme);
-// Label colours of the theme's light or dark appearance.
-QColor primaryText(TarnTheme theme);
-QColor secondaryText(TarnTheme theme);
+// The theme's colours, shared with the editor.
+using ThemeColors::accent;
+using ThemeColors::background;
+using ThemeColors::isDark;
+using ThemeColors::primaryText;
+using ThemeColors::secondaryText;
+using ThemeColors::sidebar;
+using ThemeColors::toColor;
+using ThemeColors::withAlpha;
 // Hairlines between the bars and panes.
 QColor separator(TarnTheme theme);
 // A translucent colour flattened onto an opaque one, for places Qt paints without blending.

@@ -176,7 +176,7 @@ void EditorFindPanel::updateToggle()
 {
     m_replaceToggle->setToolTip(m_showReplaceControls ? QStringLiteral("隐藏替换")
                                                       : QStringLiteral("显示替换"));
-    const QColor color = EditorPalette::primary(m_theme);
+    const QColor color = ThemeColors::primaryText(m_theme);
     setSymbol(m_replaceToggle,
               m_showReplaceControls ? QStringLiteral("chevron-down")
                                     : QStringLiteral("chevron-right"),
@@ -185,8 +185,8 @@ void EditorFindPanel::updateToggle()
 
 void EditorFindPanel::updateIcons()
 {
-    const QColor primary = EditorPalette::primary(m_theme);
-    const QColor secondary = EditorPalette::secondary(m_theme);
+    const QColor primary = ThemeColors::primaryText(m_theme);
+    const QColor secondary = ThemeColors::secondaryText(m_theme);
     const QIcon search = EditorIcons::icon(QStringLiteral("search"), secondary);
     if (search.isNull())
         m_searchSymbol->setText(QStringLiteral("⌕"));

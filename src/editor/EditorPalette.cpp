@@ -1,46 +1,13 @@
 // Theme-dependent colours of the editor pane.
 #include "EditorPalette.h"
 
-namespace {
-
-bool isDark(TarnTheme theme)
-{
-    return TarnThemes::colorScheme(theme) == TarnColorScheme::dark;
-}
-
-QColor withAlpha(QColor color, double alpha)
-{
-    color.setAlphaF(float(alpha));
-    return color;
-}
-
-QColor blend(const QColor &base, const QColor &over, double amount)
-{
-    return QColor::fromRgbF(float(base.redF() + (over.redF() - base.redF()) * amount),
-                            float(base.greenF() + (over.greenF() - base.greenF()) * amount),
-                            float(base.blueF() + (over.blueF() - base.blueF()) * amount));
-}
-
-} // namespace
-
-QColor EditorPalette::toColor(TarnRGB rgb)
-{
-    return QColor::fromRgbF(float(rgb.red), float(rgb.green), float(rgb.blue));
-}
-
-QColor EditorPalette::primary(TarnTheme theme)
-{
-    return isDark(theme) ? QColor(255, 255, 255, 230) : QColor(0, 0, 0, 217);
-}
-
-QColor EditorPalette::secondary(TarnTheme theme)
-{
-    return isDark(theme) ? QColor(235, 235, 245, 153) : QColor(60, 60, 67, 153);
-}
+using ThemeColors::blend;
+using ThemeColors::isDark;
+using ThemeColors::withAlpha;
 
 QColor EditorPalette::panelBackground(TarnTheme theme)
 {
-    const QColor base = toColor(TarnThemes::backgroundColor(theme));
+    const QColor base = ThemeColors::background(theme);
     const QColor tint = isDark(theme) ? Qt::white : Qt::black;
     return withAlpha(blend(base, tint, isDark(theme) ? 0.10 : 0.04), 0.97);
 }
@@ -64,9 +31,9 @@ QFont EditorPalette::captionFont(const QFont &base)
 
 QPalette EditorPalette::controlPalette(TarnTheme theme, QPalette base)
 {
-    const QColor background = toColor(TarnThemes::backgroundColor(theme));
+    const QColor background = ThemeColors::background(theme);
     const QColor tint = isDark(theme) ? Qt::white : Qt::black;
-    const QColor text = primary(theme);
+    const QColor text = ThemeColors::primaryText(theme);
     for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
         base.setColor(group, QPalette::Window, background);
         base.setColor(group, QPalette::WindowText, text);
@@ -75,13 +42,13 @@ QPalette EditorPalette::controlPalette(TarnTheme theme, QPalette base)
         base.setColor(group, QPalette::Base, blend(background, tint, isDark(theme) ? 0.08 : 0.0));
         base.setColor(group, QPalette::Button,
                       blend(background, tint, isDark(theme) ? 0.16 : 0.05));
-        base.setColor(group, QPalette::PlaceholderText, secondary(theme));
+        base.setColor(group, QPalette::PlaceholderText, ThemeColors::secondaryText(theme));
     }
     base.setColor(QPalette::Disabled, QPalette::Window, background);
     base.setColor(QPalette::Disabled, QPalette::Base, background);
     base.setColor(QPalette::Disabled, QPalette::Button, blend(background, tint, 0.04));
-    base.setColor(QPalette::Disabled, QPalette::WindowText, secondary(theme));
-    base.setColor(QPalette::Disabled, QPalette::Text, secondary(theme));
-    base.setColor(QPalette::Disabled, QPalette::ButtonText, secondary(theme));
+    base.setColor(QPalette::Disabled, QPalette::WindowText, ThemeColors::secondaryText(theme));
+    base.setColor(QPalette::Disabled, QPalette::Text, ThemeColors::secondaryText(theme));
+    base.setColor(QPalette::Disabled, QPalette::ButtonText, ThemeColors::secondaryText(theme));
     return base;
 }

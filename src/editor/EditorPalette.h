@@ -1,5 +1,8 @@
-// Colours and fonts of the editor's chrome, derived from the reading theme.
+// Colours and fonts of the editor's chrome, derived from the reading theme (its base colours
+// are ThemeColors).
 #pragma once
+
+#include "ThemeColors.h"
 
 #include <TarnTheme.h>
 
@@ -9,10 +12,6 @@
 
 namespace EditorPalette {
 
-QColor toColor(TarnRGB rgb);
-// The label colours of the theme's light or dark appearance.
-QColor primary(TarnTheme theme);
-QColor secondary(TarnTheme theme);
 // The find panel: the theme's background with a wash of the primary colour over it.
 QColor panelBackground(TarnTheme theme);
 QColor panelBorder(TarnTheme theme);

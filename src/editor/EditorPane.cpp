@@ -214,7 +214,7 @@ void EditorPane::setTheme(TarnTheme theme)
     dividerColours.setColor(QPalette::WindowText, EditorPalette::panelBorder(theme));
     m_divider->setPalette(dividerColours);
     QPalette statusColours = m_statusLine->palette();
-    statusColours.setColor(QPalette::WindowText, EditorPalette::secondary(theme));
+    statusColours.setColor(QPalette::WindowText, ThemeColors::secondaryText(theme));
     m_statusLine->setPalette(statusColours);
     m_statusLine->setFont(EditorPalette::captionFont(font()));
     m_highlighter->setTheme(theme);

@@ -92,7 +92,7 @@ void EditorToolbar::setTheme(TarnTheme theme)
 
 void EditorToolbar::updateIcons()
 {
-    const QColor primary = EditorPalette::primary(m_theme);
+    const QColor primary = ThemeColors::primaryText(m_theme);
     for (const Symbol &symbol : std::as_const(m_symbols)) {
         const QIcon icon = EditorIcons::icon(symbol.icon, primary);
         symbol.button->setIcon(icon);
@@ -105,7 +105,7 @@ void EditorToolbar::updateSaveState()
     m_saveState->setText(m_dirty ? QStringLiteral("未保存") : QStringLiteral("已保存"));
     m_save->setEnabled(m_dirty);
     QPalette colours = m_saveState->palette();
-    colours.setColor(QPalette::WindowText,
-                     m_dirty ? EditorPalette::unsaved(m_theme) : EditorPalette::secondary(m_theme));
+    colours.setColor(QPalette::WindowText, m_dirty ? EditorPalette::unsaved(m_theme)
+                                                   : ThemeColors::secondaryText(m_theme));
     m_saveState->setPalette(colours);
 }

@@ -1,6 +1,8 @@
 // Find and replace of MarkdownEditorActions: match list, current match, highlights, replacing.
 #include "MarkdownEditorActions.h"
 
+#include "SearchStatus.h"
+
 #include <algorithm>
 
 namespace {
@@ -48,13 +50,7 @@ void MarkdownEditorActions::setReplaceText(const QString &text)
 
 QString MarkdownEditorActions::searchStatusText() const
 {
-    if (m_findText.isEmpty())
-        return {};
-    if (m_matchCount < 1)
-        return QStringLiteral("无结果");
-    if (m_currentMatchIndex < 1)
-        return QString::number(m_matchCount) + QStringLiteral(" 处");
-    return QString::number(m_currentMatchIndex) + u'/' + QString::number(m_matchCount);
+    return m_findText.isEmpty() ? QString() : ::searchStatusText(m_currentMatchIndex, m_matchCount);
 }
 
 QList<EditorRange> MarkdownEditorActions::matchRanges()

@@ -1,11 +1,10 @@
 // QPlainTextEdit adapter: text access, undoable edits, scrolling and on-screen search marks.
 #include "PlainTextEditView.h"
 
-#include <QAbstractButton>
+#include "AlertBox.h"
+
 #include <QEvent>
-#include <QMessageBox>
 #include <QPlainTextEdit>
-#include <QPushButton>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -244,20 +243,11 @@ bool PlainTextEditView::eventFilter(QObject *watched, QEvent *event)
 int PlainTextEditView::confirm(const QString &message, const QString &informativeText,
                                const QStringList &buttons)
 {
-    QMessageBox box(QMessageBox::Warning, QString(), message, QMessageBox::NoButton,
-                    m_edit ? m_edit->window() : nullptr);
-    box.setInformativeText(informativeText);
-    QList<QAbstractButton *> added;
-    for (qsizetype i = 0; i < buttons.size(); ++i) {
-        const auto role = i == 0 ? QMessageBox::AcceptRole : QMessageBox::RejectRole;
-        added.append(box.addButton(buttons[i], role));
-    }
-    if (!added.isEmpty()) {
-        box.setDefaultButton(qobject_cast<QPushButton *>(added.first()));
-        box.setEscapeButton(added.last());
-    }
-    box.exec();
-    return int(added.indexOf(box.clickedButton()));
+    ModalAlert alert;
+    alert.message = message;
+    alert.informativeText = informativeText;
+    alert.buttons = buttons;
+    return AlertBox::run(alert, m_edit ? m_edit->window() : nullptr);
 }
 
 void PlainTextEditView::onContentsChange(int position, int removed, int added)

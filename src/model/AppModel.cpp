@@ -160,6 +160,11 @@ void AppModel::closeTab(TarnDocument *document)
     selectAndReset(next >= 0 ? tabs.at(next)->id() : QUuid());
 }
 
+void AppModel::moveTab(int from, int to)
+{
+    m_documents->move(from, to);
+}
+
 void AppModel::selectAndReset(const QUuid &id)
 {
     setSelectedTabID(id);

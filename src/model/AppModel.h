@@ -171,6 +171,8 @@ public:
     void alertUnopenableFiles(const QList<QUrl> &urls);
     void selectTab(const QUuid &id);
     void closeTab(TarnDocument *document);
+    // Puts the tab at `from` at `to`, as dragging it in the tab strip does; the selection stays.
+    void moveTab(int from, int to);
     void toggleEditing();
     void saveSelectedDocument();
     bool saveDocument(TarnDocument *document);

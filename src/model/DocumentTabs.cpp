@@ -72,3 +72,11 @@ qsizetype DocumentTabs::remove(TarnDocument *document)
     document->deleteLater();
     return position;
 }
+
+void DocumentTabs::move(int from, int to)
+{
+    if (from == to || from < 0 || to < 0 || from >= m_tabs.size() || to >= m_tabs.size())
+        return;
+    m_tabs.move(from, to);
+    emit tabsChanged();
+}

@@ -35,6 +35,8 @@ public:
     // Takes the tab out and returns where it was (-1: not a tab). The document is deleted
     // later, since views may still hold it until they have seen tabsChanged.
     qsizetype remove(TarnDocument *document);
+    // Moves the tab at `from` to `to`, as a dragged tab moves; positions out of range do nothing.
+    void move(int from, int to);
 
 signals:
     void tabsChanged();

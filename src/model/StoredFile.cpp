@@ -1,14 +1,14 @@
 // Stored file records: JSON form, derived values and the sidebar's filter and order.
 #include "StoredFile.h"
 
+#include "StoredFileListModel.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTimeZone>
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace {
 
@@ -128,30 +128,15 @@ std::optional<QList<StoredFile>> decode(const QByteArray &json)
 
 QList<StoredFile> filtered(const QList<StoredFile> &files, const QString &filter)
 {
-    // Canonically equivalent spellings (precomposed or not) count as the same text.
-    const QString query = filter.trimmed().normalized(QString::NormalizationForm_C);
-    const auto matches = [&query](const QString &text) {
-        return text.normalized(QString::NormalizationForm_C).contains(query, Qt::CaseInsensitive);
-    };
-
-    QList<StoredFile> shown;
-    for (const StoredFile &file : files) {
-        if (!file.isFavorite && !file.lastOpenedAt)
-            continue;
-        if (!query.isEmpty() && !matches(file.displayName) && !matches(file.path))
-            continue;
-        shown.append(file);
-    }
-    const auto opened = [](const StoredFile &file) {
-        return file.lastOpenedAt.value_or(-std::numeric_limits<double>::infinity());
-    };
-    std::stable_sort(shown.begin(), shown.end(),
-                     [&opened](const StoredFile &a, const StoredFile &b) {
-                         if (a.isFavorite != b.isFavorite)
-                             return a.isFavorite;
-                         return opened(a) > opened(b);
-                     });
-    return shown;
+    StoredFileListModel all;
+    all.setFiles(files);
+    StoredFileFilterModel shown;
+    shown.setSourceModel(&all);
+    shown.setFilterText(filter);
+    QList<StoredFile> result;
+    for (int row = 0; row < shown.rowCount(); ++row)
+        result.append(shown.file(row));
+    return result;
 }
 
 } // namespace StoredFiles

@@ -33,13 +33,9 @@ WindowFixture::WindowFixture(const QByteArray &iniText)
     window.show();
 }
 
-QMenu *WindowFixture::topMenu(const QString &title) const
+QMenu *WindowFixture::topMenu(const QString &objectName) const
 {
-    for (QAction *action : window.menuBar()->actions()) {
-        if (action->text() == title)
-            return action->menu();
-    }
-    return nullptr;
+    return MainMenu::menu(window.menuBar(), objectName);
 }
 
 QAction *menuItem(const QMenuBar *bar, MainMenu::Command command)
@@ -51,9 +47,9 @@ QAction *menuItem(const QMenuBar *bar, MainMenu::Command command)
     return nullptr;
 }
 
-void WindowFixture::openMenu(const QString &title) const
+void WindowFixture::openMenu(const QString &objectName) const
 {
-    QMenu *found = topMenu(title);
+    QMenu *found = topMenu(objectName);
     QVERIFY(found);
     found->popup(QPoint(0, 0));
     found->hide();

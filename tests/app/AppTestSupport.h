@@ -37,10 +37,10 @@ struct WindowFixture : AppHarness
     TopToolbar &toolbar = *view.toolbar();
 
     explicit WindowFixture(const QByteArray &iniText = {});
-    QMenu *topMenu(const QString &title) const;
+    QMenu *topMenu(const QString &objectName) const;
     QAction *item(MainMenu::Command command) const { return menuItem(window.menuBar(), command); }
-    // Opens and closes the menu, which localises and validates it.
-    void openMenu(const QString &title) const;
+    // Opens and closes the menu, which validates it.
+    void openMenu(const QString &objectName) const;
 };
 
 class TarnWebView;
@@ -54,7 +54,7 @@ class AppTest : public QObject
 {
     Q_OBJECT
 
-private slots: // tst_window.cpp, tst_menu.cpp and tst_desktop_services.cpp, in this order
+private slots: // tst_window.cpp, tst_menu.cpp and tst_desktop_services.cpp, and as marked
     void contentArea();
     void editingKeepsThePlace();
     void enableRules_data();
@@ -63,14 +63,14 @@ private slots: // tst_window.cpp, tst_menu.cpp and tst_desktop_services.cpp, in 
     void chineseTextWeight();
     void searchControl();
     void alerts();
-    void tabStrip();
-    void sidebar();
     void drops();
+    void tabStrip(); // tst_tabs_sidebar.cpp
+    void manyTabs();
+    void sidebar();
     void flavorMenuAndHint(); // tst_flavor.cpp
     void splitView_data();    // tst_split_view.cpp
     void splitView();
 
-    void localisation();
     void commandsReachTheModel();
     void editCommandsReachTheEditor();
     void launchedProgram();
@@ -87,4 +87,6 @@ private slots: // tst_window.cpp, tst_menu.cpp and tst_desktop_services.cpp, in 
     void qtPlatformReachesTheDesktop();
     void filePanels_data();
     void filePanels();
+    void alertKeys_data();
+    void alertKeys();
 };

@@ -1,4 +1,5 @@
-// The freedesktop recent-files list, reading the contact details and the single-instance key.
+// The freedesktop recent-files list, reading the contact details, the single-instance key, the
+// file panels and the alerts.
 #include "AppTestSupport.h"
 #include "ContactWindow.h"
 #include "QtPlatform.h"
@@ -317,6 +318,41 @@ void AppTest::filePanels()
     QVERIFY2(noteRow.at(1).contains("375") && noteRow.at(1).contains("字节"),
              qPrintable(noteRow.at(1)));
     QVERIFY2(!noteRow.at(3).contains(QRegularExpression("[A-Za-z]")), qPrintable(noteRow.at(3)));
+}
+
+// The alert's keys, the same for the model's questions and the editor's: Return presses the
+// first button, Escape a "取消" button; without one Escape does nothing, an answer is needed.
+void AppTest::alertKeys_data()
+{
+    QTest::addColumn<QStringList>("buttons");
+    QTest::addColumn<QList<int>>("keys");
+    QTest::addColumn<int>("answer");
+    const QStringList unsaved{"保存", "放弃修改", "取消"};
+    QTest::newRow("unsaved: Return saves") << unsaved << QList<int>{Qt::Key_Return} << 0;
+    QTest::newRow("unsaved: Escape cancels") << unsaved << QList<int>{Qt::Key_Escape} << 2;
+    QTest::newRow("replace all: Escape cancels")
+        << QStringList{"全部替换", "取消"} << QList<int>{Qt::Key_Escape} << 1;
+    QTest::newRow("changed on disk: Escape does nothing")
+        << QStringList{"保留我的修改", "载入磁盘上的版本"}
+        << QList<int>{Qt::Key_Escape, Qt::Key_Return} << 0;
+}
+void AppTest::alertKeys()
+{
+    QFETCH(QStringList, buttons);
+    QFETCH(QList<int>, keys);
+    QFETCH(int, answer);
+    QTimer::singleShot(0, [keys] {
+        auto *box = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        QVERIFY(box);
+        for (const int key : keys) {
+            if (box->isVisible())
+                QTest::keyClick(box, Qt::Key(key));
+        }
+        if (box->isVisible())
+            box->done(0); // unanswered, so that a failure does not leave the test waiting
+    });
+    QtPlatform platform;
+    QCOMPARE(platform.runModalAlert({AlertStyle::warning, "问题", "说明", buttons}), answer);
 }
 
 #include "tst_desktop_services.moc"

@@ -1,5 +1,5 @@
-// The menu bar: localising what the desktop adds, rebuilding, and the commands that reach the
-// model, the editor and the window; the launched program's hand-over, contact window and quitting.
+// The menu bar: the commands that reach the model, the editor and the window; the launched
+// program's hand-over, contact window and quitting.
 #include "AppTestSupport.h"
 #include "ContactWindow.h"
 #include "EditorNotifications.h"
@@ -14,39 +14,6 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
-
-// What the desktop adds is localised when its menu opens, submenus watched from then on, or
-// when the bar is walked; a lost theme menu comes back before "窗口", once; an emptied bar
-// is rebuilt by the scheduled walks.
-void AppTest::localisation()
-{
-    WindowFixture f;
-    QMenuBar *bar = f.window.menuBar();
-    QMenu *view = f.topMenu("视图");
-    QAction *onOpen = view->addAction("Enter Full Screen");
-    QMenu *speech = view->addMenu("Speech");
-    f.openMenu("视图");
-    QCOMPARE(onOpen->text(), QStringLiteral("进入全屏"));
-    QCOMPARE(speech->title(), QStringLiteral("朗读"));
-    QAction *later = speech->addAction("Start Speaking");
-    speech->popup(QPoint(0, 0));
-    speech->hide();
-    QCOMPARE(later->text(), QStringLiteral("开始朗读"));
-
-    QAction *onWalk = f.topMenu("编辑")->addAction("Find and Replace…");
-    bar->removeAction(f.topMenu("主题")->menuAction());
-    f.menu.localizeMenuBar(bar);
-    f.menu.localizeMenuBar(bar);
-    QCOMPARE(onWalk->text(), QStringLiteral("查找与替换…"));
-    QCOMPARE(bar->actions().size(), 7);
-    QCOMPARE(bar->actions().at(4)->text(), QStringLiteral("主题")); // before "窗口"
-    f.topMenu("主题")->actions().at(3)->trigger();
-    QCOMPARE(f.model->theme(), TarnTheme::dark);
-
-    bar->clear();
-    f.menu.scheduleLocalization(bar);
-    QTRY_COMPARE(bar->actions().size(), 7);
-}
 
 void AppTest::commandsReachTheModel()
 {
@@ -95,15 +62,15 @@ void AppTest::editCommandsReachTheEditor()
     QCOMPARE(text->toPlainText(), original + "more");
 
     // The undo item names a replace-all it would revert, and nothing else.
-    f.openMenu("编辑");
+    f.openMenu("editMenu");
     QCOMPARE(f.item(C::undo)->text(), QStringLiteral("撤销"));
     PlainTextEditView *view = f.view.editorPane()->textViewAdapter();
     view->replaceUndoably({0, 1}, "X", {1, 0});
     view->setUndoActionName("全部替换");
-    f.openMenu("编辑");
+    f.openMenu("editMenu");
     QCOMPARE(f.item(C::undo)->text(), QStringLiteral("撤销全部替换"));
     f.item(C::undo)->trigger();
-    f.openMenu("编辑");
+    f.openMenu("editMenu");
     QCOMPARE(f.item(C::undo)->text(), QStringLiteral("撤销"));
 }
 

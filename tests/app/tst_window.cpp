@@ -1,24 +1,22 @@
-// The main window against a real model: what the bars, tabs, sidebar and content area show, and
-// what their controls, the menu's enable rules and dropped files ask of the model.
+// The main window against a real model: what the bars and content area show, and what their
+// controls, the menu's enable rules and dropped files ask of the model.
 #include "AppTestSupport.h"
 #include "EditorPane.h"
-#include "ElidedLabel.h"
 #include "EmptyTarnState.h"
 #include "FileSidebar.h"
 #include "ReaderPane.h"
 #include "ReaderSearchControl.h"
-#include "StoredFileRow.h"
-#include "TabItem.h"
 #include "TarnEditorTextView.h"
 #include "TarnIcons.h"
 #include "TarnWebView.h"
 #include "TitleTabBar.h"
+#include "TopTabStrip.h"
 #include "WindowChrome.h"
 
 #include <QLabel>
+#include <QListView>
 #include <QMessageBox>
 #include <QMimeData>
-#include <QScrollArea>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -31,11 +29,6 @@ namespace {
 // Documents open, editing, dirty, outline shown; then save enabled, the document commands
 // (export, find, edit) enabled, the edit and the outline item's titles.
 using EnableRow = std::tuple<int, bool, bool, bool, bool, bool, QString, QString>;
-
-QColor textColour(const TabItem *tab)
-{
-    return tab->titleLabel()->palette().color(QPalette::WindowText);
-}
 
 } // namespace
 
@@ -62,8 +55,8 @@ void AppTest::contentArea()
     f.model->toggleEditing();
     QCOMPARE(f.view.currentContent(), f.view.readerPane());
     QCOMPARE(f.window.focusWidget(), page);
-    QCOMPARE(f.view.tabBar()->scrollArea()->focusPolicy(), Qt::NoFocus);
-    QCOMPARE(f.view.sidebar()->findChild<QScrollArea *>()->focusPolicy(), Qt::NoFocus);
+    QCOMPARE(f.view.tabBar()->tabStrip()->focusPolicy(), Qt::NoFocus);
+    QCOMPARE(f.view.sidebar()->fileList()->focusPolicy(), Qt::NoFocus);
 
     for (TarnDocument *document : f.model->tabs())
         f.model->closeTab(document);
@@ -161,10 +154,10 @@ void AppTest::themes()
     QCOMPARE(f.window.palette().color(QPalette::Window),
              WindowChrome::palette(TarnTheme::dark).color(QPalette::Window));
     f.open({"a.md", "b.md"});
-    QCOMPARE(textColour(f.view.tabBar()->tabItems().at(0)),
+    QCOMPARE(f.view.tabBar()->tabStrip()->tabTextColor(0),
              WindowChrome::secondaryText(TarnTheme::dark));
 
-    QMenu *bar = f.topMenu("主题");
+    QMenu *bar = f.topMenu("themeMenu");
     QMenu *tool = f.toolbar.themeMenu();
     auto checked = [](QMenu *menu) { // "x" for a checked item, "-" for the others
         QString marks;
@@ -318,94 +311,6 @@ void AppTest::alerts()
     f.model->setAlert(AppAlert::make("文件不可用", "two"));
     QVERIFY(f.view.alertBox() != first);
     QCOMPARE(f.view.alertBox()->text(), QStringLiteral("文件不可用"));
-}
-
-void AppTest::tabStrip()
-{
-    WindowFixture f;
-    f.open({"one.md", "two.md", "a very long file name that cannot fit into any tab.md"});
-    QList<TabItem *> tabs = f.view.tabBar()->tabItems();
-    QCOMPARE(tabs.size(), 3);
-    QTRY_COMPARE(tabs[2]->width(), TabItem::maximumWidth);
-    QCOMPARE(tabs[0]->titleLabel()->displayedText(), QStringLiteral("one"));
-    // The title sits between the dot and the close button.
-    const QRect title = tabs[0]->titleLabel()->geometry();
-    QVERIFY(title.left() > 0 && title.right() < tabs[0]->closeButton()->x());
-    QVERIFY(tabs[2]->isSelected());
-    QVERIFY(tabs[2]->titleLabel()->displayedText().contains(QChar(0x2026))); // elided
-
-    QTest::mouseClick(tabs[0], Qt::LeftButton, {}, QPoint(30, tabs[0]->height() / 2));
-    QCOMPARE(f.model->selectedDocument(), tabs[0]->document());
-    QVERIFY(tabs[0]->isSelected() && !tabs[2]->isSelected());
-    QCOMPARE(textColour(tabs[0]), WindowChrome::primaryText(f.model->theme()));
-    QCOMPARE(textColour(tabs[2]), WindowChrome::secondaryText(f.model->theme()));
-
-    QVERIFY(!tabs[0]->dirtyDot()->isVisible());
-    makeSelectedDirty(*f.model);
-    QVERIFY(tabs[0]->dirtyDot()->isVisible());
-    // Closing a clean tab asks nothing; the strip follows the model.
-    tabs[1]->closeButton()->click();
-    QVERIFY(f.platform.alerts.isEmpty());
-    QCOMPARE(f.view.tabBar()->tabItems().size(), 2);
-}
-
-void AppTest::sidebar()
-{
-    WindowFixture f;
-    const QString base = f.dir.path() + '/';
-    auto stored = [&](const QString &name, bool favorite, std::optional<double> openedAt) {
-        return StoredFile{base + name, name, std::nullopt, favorite, openedAt};
-    };
-    f.model->setStoredFiles({stored("old.md", false, 100), stored("new.md", false, 300),
-                             stored("fav.md", true, 50), stored("never.md", false, {})});
-    FileSidebar *sidebar = f.view.sidebar();
-    auto names = [sidebar] {
-        QStringList result;
-        for (StoredFileRow *row : sidebar->rows())
-            result << row->file().displayName;
-        return result;
-    };
-    QCOMPARE(names(), (QStringList{"fav.md", "new.md", "old.md"}));
-    // A favourite's star stands right of its name.
-    const QWidget *favourite = sidebar->rows().first();
-    QTRY_VERIFY(favourite->findChild<QWidget *>("favoriteStar")->x() >
-                favourite->findChild<QWidget *>("fileName")->geometry().right());
-    QTest::keyClicks(sidebar->filterField(), "ne");
-    QCOMPARE(f.model->fileFilter(), QStringLiteral("ne"));
-    QCOMPARE(names(), QStringList{"new.md"});
-    f.model->setFileFilter(QString());
-
-    // A click on the star toggles the favourite and opens nothing, both ways.
-    auto clickStar = [&](const QString &name) {
-        StoredFileRow *row = sidebar->rows().at(names().indexOf(name));
-        QTest::mouseClick(row, Qt::LeftButton, {}, row->starLabel()->geometry().center());
-    };
-    clickStar("new.md");
-    QCOMPARE(names(), (QStringList{"new.md", "fav.md", "old.md"}));
-    clickStar("new.md");
-    QCOMPARE(names(), (QStringList{"fav.md", "new.md", "old.md"}));
-    QVERIFY(f.model->tabs().isEmpty());
-
-    // A click elsewhere opens the file; its row then carries the selection highlight.
-    f.file("old.md");
-    QTest::mouseClick(sidebar->rows()[2], Qt::LeftButton, {}, QPoint(20, 10));
-    QCOMPARE(f.model->selectedDocument()->url().toLocalFile(), base + "old.md");
-    for (StoredFileRow *row : sidebar->rows())
-        QCOMPARE(row->isSelected(), row->file().displayName == QLatin1String("old.md"));
-
-    // The context menu: favourite, reveal, forget.
-    auto trigger = [&](const QString &name, int index) {
-        StoredFileRow *row = sidebar->rows().at(names().indexOf(name));
-        std::unique_ptr<QMenu> menu(row->makeContextMenu(nullptr));
-        menu->actions().at(index)->trigger();
-        return menu->actions().at(index)->text();
-    };
-    trigger("new.md", 0);
-    QCOMPARE(names(), (QStringList{"new.md", "fav.md", "old.md"}));
-    QCOMPARE(trigger("old.md", 1), QStringLiteral("在文件管理器中显示"));
-    QCOMPARE(f.platform.revealedPaths, QStringList{base + "old.md"});
-    trigger("old.md", 2);
-    QCOMPARE(names(), (QStringList{"new.md", "fav.md"}));
 }
 
 // Files dropped anywhere on the window, the reader's web view included, reach openURLs

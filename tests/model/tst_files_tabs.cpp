@@ -193,6 +193,33 @@ private slots:
         QCOMPARE(h.model->currentHeadingID(), reset ? QString() : QStringLiteral("intro"));
     }
 
+    // Dragging a tab: the order follows, the selected document stays selected.
+    void moveTab_data()
+    {
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to");
+        QTest::addColumn<QString>("order"); // the tabs' numbers afterwards
+        QTest::newRow("first to last") << 0 << 2 << "120";
+        QTest::newRow("last to first") << 2 << 0 << "201";
+        QTest::newRow("to its neighbour") << 1 << 2 << "021";
+        QTest::newRow("out of range: nothing") << 0 << 3 << "012";
+    }
+    void moveTab()
+    {
+        QFETCH(int, from);
+        QFETCH(int, to);
+        QFETCH(QString, order);
+        ModelHarness h;
+        const QList<TarnDocument *> tabs = openTabs(h, 3);
+        h.model->selectTab(tabs.at(1)->id());
+        h.model->moveTab(from, to);
+        QString numbers;
+        for (const TarnDocument *document : h.model->tabs())
+            numbers += document->title();
+        QCOMPARE(numbers, order);
+        QCOMPARE(h.model->selectedDocument(), tabs.at(1));
+    }
+
     void closingAnUnsavedTab_data()
     {
         QTest::addColumn<Unsaved>("row"); // answer, what breaks, answer to the failure, closes
