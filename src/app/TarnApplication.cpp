@@ -18,6 +18,7 @@
 #include "TopToolbar.h"
 #include "WebEngineProcess.h"
 #include "WindowChrome.h"
+#include "WorkspaceFolder.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -103,6 +104,8 @@ QList<QUrl> TarnApplication::launchURLs(const QStringList &paths, FILE *errors,
         const QFileInfo info(path);
         if (!info.exists())
             report(path, "no such file");
+        else if (info.isDir() && refused) // a folder, for the window's sidebar
+            *refused << QUrl::fromLocalFile(info.absoluteFilePath());
         else if (info.isDir() || !AppModel::isDocumentFile(info.absoluteFilePath()))
             report(path, "not a Markdown or text file");
         else
@@ -162,8 +165,16 @@ void TarnApplication::openHandedOverFiles()
 
 void TarnApplication::openGivenFiles(const QStringList &paths)
 {
+    // `tarn DIR`, here or in a later launch, opens the folder in the sidebar.
+    QStringList files;
+    for (const QString &path : paths) {
+        if (!path.isEmpty() && QFileInfo(path).isDir())
+            m_model->workspaceFolder().open(path);
+        else
+            files << path;
+    }
     QList<QUrl> refused;
-    const QList<QUrl> urls = launchURLs(paths, nullptr, &refused);
+    const QList<QUrl> urls = launchURLs(files, nullptr, &refused);
     if (!urls.isEmpty())
         m_model->openURLs(urls, false);
     // Started from a file manager there is no terminal to read: the window says it too.

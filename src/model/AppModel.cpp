@@ -5,6 +5,7 @@
 #include "Platform.h"
 #include "SourcePosition.h"
 #include "TarnUsageLogger.h"
+#include "WorkspaceFolder.h"
 
 #include <QSettings>
 
@@ -29,6 +30,9 @@ AppModel::AppModel(QSettings &settings, Platform &platform, PdfExportService &pd
     m_flavorHintClosed = ModelSettings::readFlavorHintClosed(m_settings);
     connect(this, &AppModel::selectedDocumentChanged, this, &AppModel::updateFlavorHint);
     startWatchingFiles();
+    m_workspaceFolder = new WorkspaceFolder(m_settings, m_platform, m_logger, this);
+    connect(m_workspaceFolder, &WorkspaceFolder::openFailed, this,
+            [this](const QString &problem) { showAlert(QStringLiteral("打开失败"), problem); });
 }
 
 AppModel::~AppModel() = default;

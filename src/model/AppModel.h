@@ -26,6 +26,7 @@ class QFileSystemWatcher;
 class QTimer;
 class QSettings;
 class TarnUsageLogger;
+class WorkspaceFolder;
 
 class AppModel : public QObject
 {
@@ -108,6 +109,8 @@ public:
     MarkdownFlavor markdownFlavor() const { return m_markdownFlavor; }
     bool showsFlavorHint() const { return m_showsFlavorHint; }
     TarnUsageLogger &logger() const { return m_logger; }
+    // The folder shown in the sidebar.
+    WorkspaceFolder &workspaceFolder() const { return *m_workspaceFolder; }
     // File path to reader scroll offset.
     QHash<QString, double> readPositions() const { return m_readPositions; }
 
@@ -135,7 +138,8 @@ public:
 
     // Tabs and files.
     void presentOpenPanel();
-    // Opens the Markdown and text files among `urls`, in order; asks about the selected tab's
+    // Opens the Markdown and text files among `urls`, in order (a folder among them opens in
+    // the sidebar instead); asks about the selected tab's
     // unsaved changes first unless the caller already did.
     void openURLs(const QList<QUrl> &urls, bool alreadyConfirmed);
     // One "打开失败" alert for files that cannot become tabs: a missing file or a folder says
@@ -270,4 +274,5 @@ private:
     QTimer *m_diskCheckTimer = nullptr;
     QSet<QString> m_scheduledDiskChecks;
     bool m_askingAboutDisk = false;
+    WorkspaceFolder *m_workspaceFolder = nullptr;
 };
