@@ -5,6 +5,9 @@
 #include "EditorPane.h"
 #include "EmptyTarnState.h"
 #include "FileSidebar.h"
+#include "FolderHitOpener.h"
+#include "FolderPane.h"
+#include "FolderSearchPanel.h"
 #include "ReaderPane.h"
 #include "TarnEditorTextView.h"
 #include "TarnWebView.h"
@@ -68,6 +71,8 @@ ContentView::ContentView(AppModel &model, QWidget *parent)
     m_content->addWidget(m_editor);
     m_reader = new ReaderPane(model, m_content);
     m_content->addWidget(m_reader);
+    connect(m_sidebar->folderPane()->searchPanel(), &FolderSearchPanel::hitActivated,
+            new FolderHitOpener(model, *m_editor, this), &FolderHitOpener::open);
     connect(m_editor, &EditorPane::topLineChanged, &m_model, [this](int line) {
         if (m_model.isEditing())
             m_model.setEditorTopLine(line);

@@ -2,6 +2,7 @@
 #include "FileSidebar.h"
 
 #include "AppModel.h"
+#include "FolderPane.h"
 #include "StoredFileRow.h"
 #include "TarnIcons.h"
 #include "WindowChrome.h"
@@ -47,6 +48,9 @@ FileSidebar::FileSidebar(AppModel &model, QWidget *parent)
         if (m_filter->text() != m_model.fileFilter())
             m_filter->setText(m_model.fileFilter());
     });
+
+    m_folderPane = new FolderPane(model, this);
+    column->addWidget(m_folderPane, 2);
 
     m_scroll = new QScrollArea(this);
     // Rows are clicked, not focused: Tab goes from the filter field on to the content.

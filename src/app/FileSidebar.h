@@ -1,10 +1,12 @@
-// The sidebar: the "Tarn" header, the file filter and the rows of recent and favourite files.
+// The sidebar: the "Tarn" header, the file filter, the open folder and the rows of recent and
+// favourite files.
 #pragma once
 
 #include <QList>
 #include <QWidget>
 
 class AppModel;
+class FolderPane;
 class QLabel;
 class QLineEdit;
 class QScrollArea;
@@ -22,6 +24,7 @@ public:
     QLineEdit *filterField() const { return m_filter; }
     QList<StoredFileRow *> rows() const { return m_rows; }
     QLabel *titleLabel() const { return m_title; }
+    FolderPane *folderPane() const { return m_folderPane; }
 
 private:
     void rebuildRows();
@@ -33,6 +36,7 @@ private:
     QLabel *m_title;
     QLineEdit *m_filter;
     QAction *m_filterSymbol;
+    FolderPane *m_folderPane;
     QScrollArea *m_scroll;
     QWidget *m_list;
     QList<StoredFileRow *> m_rows;

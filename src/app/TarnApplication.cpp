@@ -6,6 +6,8 @@
 #include "ContentView.h"
 #include "DraftKeeper.h"
 #include "DraftStore.h"
+#include "FileSidebar.h"
+#include "FolderPane.h"
 #include "MainMenu.h"
 #include "MainWindow.h"
 #include "QtPlatform.h"
@@ -188,6 +190,8 @@ MainWindow *TarnApplication::ensureMainContentWindow()
     m_window = new MainWindow(*m_model);
     connect(m_menu, &MainMenu::readerFindRequested, m_window->contentView()->toolbar(),
             &TopToolbar::focusSearch);
+    connect(m_menu, &MainMenu::folderFindRequested,
+            m_window->contentView()->sidebar()->folderPane(), &FolderPane::focusSearch);
     connect(m_window, &MainWindow::closeAccepted, this, [] {
         // Leave the close event first, then end the event loop.
         QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);

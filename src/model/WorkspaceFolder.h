@@ -17,6 +17,7 @@ struct FolderSearchStats
     int skipped = 0; // files left out: too large, binary, unreadable or gone
     qint64 ms = 0;
 };
+Q_DECLARE_METATYPE(FolderSearchStats)
 
 class WorkspaceFolder : public QObject
 {

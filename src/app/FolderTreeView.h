@@ -1,0 +1,31 @@
+// The sidebar's folder as a tree: the selected tab's file highlighted and revealed, a click on a
+// file opens it, the file filter narrows the rows.
+#pragma once
+
+#include <QTreeView>
+
+class AppModel;
+class FolderTreeModel;
+class QSortFilterProxyModel;
+
+class FolderTreeView : public QTreeView
+{
+    Q_OBJECT
+
+public:
+    explicit FolderTreeView(AppModel &model, QWidget *parent = nullptr);
+
+    FolderTreeModel *folderModel() const { return m_folder; }
+    // The index in the view's (filtered) model for an absolute path, if it is shown.
+    QModelIndex viewIndex(const QString &path) const;
+
+private:
+    void showFolder();
+    void revealSelectedDocument();
+    void openClicked(const QModelIndex &index);
+    void updateTheme();
+
+    AppModel &m_model;
+    FolderTreeModel *m_folder;
+    QSortFilterProxyModel *m_filter;
+};
