@@ -52,8 +52,7 @@ public:
     // Blocks until everything queued so far is on disk.
     void flush();
 
-    // The drafts the folder holds, oldest first (then by path). Files that cannot be read are
-    // renamed with a
+    // The drafts the folder holds, oldest first (then by path). Files that cannot be read are renamed with a
     // ".broken" suffix and reported in `broken`.
     QList<RecoveredDraft> readAll(QList<BrokenDraftFile> *broken = nullptr) const;
 
