@@ -6,7 +6,6 @@
 #include "FolderListing.h"
 
 #include <QDeadlineTimer>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QMutex>
@@ -33,17 +32,13 @@ QStringList documentsBelow(const QString &root, const std::function<bool()> &can
         if (canonical.isEmpty() || visited.contains(canonical))
             continue;
         visited.insert(canonical);
-        QDirIterator it(folder, QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
-        while (it.hasNext()) {
-            const QString path = it.next();
-            const QString name = it.fileName();
-            if (WorkspaceFolder::isIgnoredName(name))
-                continue;
-            if (it.fileInfo().isDir())
-                pending << path;
-            else if (WorkspaceFolder::isListedDocument(name))
-                files << path;
-        }
+        QStringList documents;
+        QStringList folders;
+        FolderListing::readLevel(folder, documents, folders, cancelled);
+        for (const QString &name : std::as_const(documents))
+            files << folder + u'/' + name;
+        for (const QString &name : std::as_const(folders))
+            pending << folder + u'/' + name;
     }
     files.sort();
     return files;

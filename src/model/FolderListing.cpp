@@ -4,13 +4,15 @@
 #include "WorkspaceFolder.h"
 
 #include <QDeadlineTimer>
-#include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
 #include <unicode/coll.h>
 
 #include <algorithm>
+
+#include <dirent.h>
 
 std::unique_ptr<icu::Collator> FolderListing::makeNameCollator()
 {
@@ -50,23 +52,38 @@ bool cancelled(const Promise *promise)
     return promise && promise->isCanceled();
 }
 
-// The folder's entries that are neither hidden nor ignored, split into documents and folders.
-void readLevel(const QString &folder, QStringList &documents, QStringList &folders,
-               const Promise *promise)
+} // namespace
+
+void FolderListing::readLevel(const QString &folder, QStringList &documents, QStringList &folders,
+                              const std::function<bool()> &cancelled)
 {
-    QDirIterator it(folder, QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
-    while (it.hasNext() && !cancelled(promise)) {
-        it.next();
-        const QString name = it.fileName();
-        if (WorkspaceFolder::isIgnoredName(name))
+    // readdir's entry types spare a stat per entry, which QDirIterator would make: a level of
+    // 100,000 files reads several times faster.
+    DIR *directory = ::opendir(QFile::encodeName(folder).constData());
+    if (!directory)
+        return;
+    while (const dirent *entry = ::readdir(directory)) {
+        if (cancelled && cancelled())
+            break;
+        const QString name = QFile::decodeName(entry->d_name);
+        if (WorkspaceFolder::isIgnoredName(name)) // "." and ".." too
             continue;
-        const QFileInfo info = it.fileInfo();
-        if (info.isDir())
+        bool isFolder = entry->d_type == DT_DIR;
+        bool isFile = entry->d_type == DT_REG;
+        if (entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN) {
+            const QFileInfo info(folder + u'/' + name);
+            isFolder = info.isDir();
+            isFile = info.isFile();
+        }
+        if (isFolder)
             folders << name;
-        else if (WorkspaceFolder::isListedDocument(name))
+        else if (isFile && WorkspaceFolder::isListedDocument(name))
             documents << name;
     }
+    ::closedir(directory);
 }
+
+namespace {
 
 QList<FolderEntry> sortedEntries(const icu::Collator &collator, const QStringList &names,
                                  bool areFolders)
@@ -93,7 +110,7 @@ bool FolderListing::leadsToDocument(const QString &folder, const Promise *promis
         visited.insert(canonical);
         QStringList documents;
         QStringList folders;
-        readLevel(current, documents, folders, promise);
+        readLevel(current, documents, folders, [promise] { return cancelled(promise); });
         if (!documents.isEmpty())
             return true;
         for (const QString &name : std::as_const(folders))
@@ -110,7 +127,7 @@ QFuture<QList<FolderEntry>> FolderListing::list(const QString &folder)
             return;
         QStringList documents;
         QStringList folders;
-        readLevel(folder, documents, folders, &promise);
+        readLevel(folder, documents, folders, [&promise] { return promise.isCanceled(); });
         promise.addResult(sortedEntries(*collator, documents, false));
         // Folders that hold documents at once show at once; a deep one without any may take a
         // while, and must not hold the others back.

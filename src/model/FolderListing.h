@@ -7,10 +7,12 @@
 #include <QList>
 #include <QPromise>
 #include <QString>
+#include <QStringList>
 #include <QThreadPool>
 
 #include <unicode/uversion.h>
 
+#include <functional>
 #include <memory>
 
 U_NAMESPACE_BEGIN
@@ -42,6 +44,11 @@ QByteArray sortKey(const icu::Collator &collator, const QString &name);
 // in batches as they are found; each batch is sorted. Stops early when the future is
 // cancelled.
 QFuture<QList<FolderEntry>> list(const QString &folder);
+
+// The entries of `folder` that are neither hidden nor ignored: document files and folders
+// (symbolic links count as what they point to). Nothing when the folder cannot be read.
+void readLevel(const QString &folder, QStringList &documents, QStringList &folders,
+               const std::function<bool()> &cancelled = {});
 
 // True when a document lies somewhere below `folder`. Symbolic links are followed; a folder
 // reached twice is searched once, so loops end.

@@ -13,6 +13,8 @@
 struct FolderTreeModel::Load : QObject
 {
     QFutureWatcher<QList<FolderEntry>> watcher;
+    // A level read again drops what was not seen; the first reading has nothing to drop.
+    bool again = false;
     QSet<QString> seen;
 };
 
@@ -207,6 +209,7 @@ void FolderTreeModel::load(Node *node)
     }
     auto *pending = new Load;
     pending->setParent(this);
+    pending->again = node->loaded;
     m_loads.insert(folder, pending);
     connect(&pending->watcher, &QFutureWatcherBase::resultsReadyAt, pending,
             [this, pending, folder](int begin, int end) {
@@ -214,8 +217,10 @@ void FolderTreeModel::load(Node *node)
                     return;
                 for (int i = begin; i < end; ++i) {
                     const QList<FolderEntry> entries = pending->watcher.resultAt(i);
-                    for (const FolderEntry &entry : entries)
-                        pending->seen.insert(entry.name);
+                    for (const FolderEntry &entry : entries) {
+                        if (pending->again)
+                            pending->seen.insert(entry.name);
+                    }
                     insertEntries(folder, entries);
                 }
             });
@@ -274,7 +279,7 @@ void FolderTreeModel::finishLoad(const QString &folder)
     if (!node)
         return;
     auto &children = node->children;
-    for (int row = int(children.size()) - 1; row >= 0; --row) {
+    for (int row = pending->again ? int(children.size()) - 1 : -1; row >= 0; --row) {
         if (pending->seen.contains(children[size_t(row)]->entry.name))
             continue;
         const QString gone = pathOf(children[size_t(row)].get());
