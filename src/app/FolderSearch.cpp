@@ -231,7 +231,7 @@ void FolderSearch::start(const QString &root, const QString &query)
                     emit filesFound(files);
             });
     connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
-        if (watcher != m_watcher || watcher->isCanceled())
+        if (watcher->isCanceled())
             return;
         m_stats.ms = m_clock.elapsed();
         m_folder.noteSearchFinished(m_stats);

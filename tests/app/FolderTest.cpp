@@ -134,6 +134,7 @@ private slots:
         QCOMPARE(files, 300);
         QTest::qWait(0);
         QCOMPARE(finished.count(), 1);
+        QCOMPARE(h.events().count("folder.search.finished"), 1);
     }
 
     // The window: the menu's search command, streamed results, a hit opening its file at that
