@@ -10,6 +10,7 @@
 
 #include <QHeaderView>
 #include <QSortFilterProxyModel>
+#include <QTimer>
 
 namespace {
 
@@ -54,10 +55,24 @@ FolderTreeView::FolderTreeView(AppModel &model, QWidget *parent)
     setModel(m_filter);
 
     connect(this, &QTreeView::expanded, this, [this](const QModelIndex &index) {
-        m_folder->setExpanded(m_filter->mapToSource(index), true);
+        if (!m_filtering)
+            m_folder->setExpanded(m_filter->mapToSource(index), true);
     });
     connect(this, &QTreeView::collapsed, this, [this](const QModelIndex &index) {
-        m_folder->setExpanded(m_filter->mapToSource(index), false);
+        if (!m_filtering)
+            m_folder->setExpanded(m_filter->mapToSource(index), false);
+    });
+    m_expandTimer = new QTimer(this);
+    m_expandTimer->setSingleShot(true);
+    m_expandTimer->setInterval(50);
+    connect(m_expandTimer, &QTimer::timeout, this, [this] {
+        if (m_filtering)
+            expandAll();
+    });
+    // Levels keep arriving while the filter reads them all.
+    connect(m_filter, &QAbstractItemModel::rowsInserted, this, [this] {
+        if (m_filtering)
+            m_expandTimer->start();
     });
     connect(this, &QTreeView::clicked, this, &FolderTreeView::openClicked);
     connect(m_folder, &FolderTreeModel::revealed, this, [this](const QModelIndex &index) {
@@ -78,8 +93,7 @@ FolderTreeView::FolderTreeView(AppModel &model, QWidget *parent)
             &FolderTreeView::showFolder);
     connect(&m_model, &AppModel::selectedDocumentChanged, this,
             &FolderTreeView::revealSelectedDocument);
-    connect(&m_model, &AppModel::fileFilterChanged, this,
-            [this] { m_filter->setFilterFixedString(m_model.fileFilter().trimmed()); });
+    connect(&m_model, &AppModel::fileFilterChanged, this, &FolderTreeView::applyFilter);
     connect(&m_model, &AppModel::themeChanged, this, &FolderTreeView::updateTheme);
     updateTheme();
     showFolder();
@@ -88,6 +102,29 @@ FolderTreeView::FolderTreeView(AppModel &model, QWidget *parent)
 QModelIndex FolderTreeView::viewIndex(const QString &path) const
 {
     return m_filter->mapFromSource(m_folder->indexForPath(path));
+}
+
+void FolderTreeView::applyFilter()
+{
+    const QString filter = m_model.fileFilter().trimmed();
+    const bool filtering = !filter.isEmpty();
+    m_filter->setFilterFixedString(filter);
+    if (filtering == m_filtering) {
+        if (filtering)
+            m_expandTimer->start();
+        return;
+    }
+    if (!filtering) {
+        // Back to what the user had opened.
+        collapseAll();
+        m_filtering = false;
+        m_folder->setReadsEveryLevel(false);
+        revealSelectedDocument();
+        return;
+    }
+    m_filtering = true;
+    m_folder->setReadsEveryLevel(true);
+    m_expandTimer->start();
 }
 
 void FolderTreeView::showFolder()

@@ -7,6 +7,7 @@
 class AppModel;
 class FolderTreeModel;
 class QSortFilterProxyModel;
+class QTimer;
 
 class FolderTreeView : public QTreeView
 {
@@ -24,8 +25,13 @@ private:
     void revealSelectedDocument();
     void openClicked(const QModelIndex &index);
     void updateTheme();
+    void applyFilter();
 
     AppModel &m_model;
     FolderTreeModel *m_folder;
     QSortFilterProxyModel *m_filter;
+    // While filtering, every row that leads to a match is open; these openings are the
+    // filter's, not the user's, and are not watched.
+    bool m_filtering = false;
+    QTimer *m_expandTimer;
 };

@@ -293,11 +293,32 @@ void FolderTreeModel::finishLoad(const QString &folder)
     }
     node->loaded = true;
     updateWatch(node);
+    if (m_readsEveryLevel)
+        readUnreadFolders(node);
     emit levelLoaded(folder);
     // A folder left without documents no longer leads to any: its parent decides again.
     if (children.empty() && node != m_root.get() && node->parent->loaded)
         load(node->parent);
     continueReveal();
+}
+
+void FolderTreeModel::setReadsEveryLevel(bool on)
+{
+    m_readsEveryLevel = on;
+    if (on && m_root && m_root->loaded)
+        readUnreadFolders(m_root.get());
+}
+
+void FolderTreeModel::readUnreadFolders(Node *node)
+{
+    for (const auto &child : node->children) {
+        if (!child->entry.isFolder)
+            continue;
+        if (child->loaded)
+            readUnreadFolders(child.get());
+        else if (!m_loads.contains(pathOf(child.get())))
+            load(child.get());
+    }
 }
 
 void FolderTreeModel::reveal(const QString &path)

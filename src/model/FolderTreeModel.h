@@ -34,6 +34,9 @@ public:
     // The view reports which folders are open: only those are watched for changes, and one
     // opened again is re-read, since it was not followed while closed.
     void setExpanded(const QModelIndex &index, bool expanded);
+    // While on, every level is read, opened or not (the file filter looks through all of
+    // them); levels read only for this are not watched.
+    void setReadsEveryLevel(bool on);
     // Reads the levels down to `path` as needed, then emits revealed with its index. A later
     // call replaces an earlier one that has not arrived yet.
     void reveal(const QString &path);
@@ -76,10 +79,12 @@ private:
     void finishLoad(const QString &folder);
     void updateWatch(Node *node);
     void continueReveal();
+    void readUnreadFolders(Node *node);
 
     std::unique_ptr<Node> m_root;
     QString m_rootPath;
     QHash<QString, Load *> m_loads; // by folder path
     QFileSystemWatcher *m_watcher;
     QString m_pendingReveal;
+    bool m_readsEveryLevel = false;
 };
