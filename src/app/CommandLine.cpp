@@ -145,6 +145,7 @@ QString usageText()
     return QStringLiteral(
                "Usage:\n"
                "  tarn [FILE...]                      open the files as tabs\n"
+               "  tarn DIR                            open the folder in the sidebar\n"
                "  tarn --export html|pdf [--flavor classic|gfm] [--theme NAME] [--title TEXT]\n"
                "       [--output PATH] FILE...\n"
                "  tarn --outline [--flavor classic|gfm] FILE...\n"

@@ -5,6 +5,9 @@
 #include "EditorPane.h"
 #include "EmptyTarnState.h"
 #include "FileSidebar.h"
+#include "FolderHitOpener.h"
+#include "FolderPane.h"
+#include "FolderSearchPanel.h"
 #include "ReaderPane.h"
 #include "SplitPreviewView.h"
 #include "TarnEditorTextView.h"
@@ -71,6 +74,8 @@ ContentView::ContentView(AppModel &model, QWidget *parent)
     m_content->addWidget(m_reader);
     m_split = new SplitPreviewView(model, m_content);
     m_content->addWidget(m_split);
+    connect(m_sidebar->folderPane()->searchPanel(), &FolderSearchPanel::hitActivated,
+            new FolderHitOpener(model, *m_editor, this), &FolderHitOpener::open);
     connect(m_editor, &EditorPane::topLineChanged, &m_model, [this](int line) {
         if (m_model.isEditing())
             m_model.setEditorTopLine(line);

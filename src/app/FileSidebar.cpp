@@ -4,6 +4,7 @@
 
 #include "AppModel.h"
 #include "StoredFileListModel.h"
+#include "FolderPane.h"
 #include "StoredFileRow.h"
 #include "TarnIcons.h"
 #include "WindowChrome.h"
@@ -56,6 +57,9 @@ FileSidebar::FileSidebar(AppModel &model, QWidget *parent)
     m_sections->setContentsMargins(0, 0, 0, 0);
     m_sections->setSpacing(10);
     column->addLayout(m_sections, 1);
+
+    m_folderPane = new FolderPane(model, this);
+    m_sections->addWidget(m_folderPane, 2);
 
     m_files = new StoredFileListModel(this);
     m_shown = new StoredFileFilterModel(this);

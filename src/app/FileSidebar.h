@@ -1,10 +1,11 @@
-// The sidebar: the "Tarn" header, the file filter, then its sections; today one, the list of
-// recent and favourite files.
+// The sidebar: the "Tarn" header, the file filter, then its sections: the open folder and the
+// list of recent and favourite files.
 #pragma once
 
 #include <QWidget>
 
 class AppModel;
+class FolderPane;
 class QLabel;
 class QLineEdit;
 class QListView;
@@ -24,6 +25,7 @@ public:
 
     QLineEdit *filterField() const { return m_filter; }
     QLabel *titleLabel() const { return m_title; }
+    FolderPane *folderPane() const { return m_folderPane; }
     // The recent and favourite files as shown: filtered and in the sidebar's order.
     QListView *fileList() const { return m_list; }
     StoredFileFilterModel *shownFiles() const { return m_shown; }
@@ -45,6 +47,7 @@ private:
     QLabel *m_title;
     QLineEdit *m_filter;
     QAction *m_filterSymbol;
+    FolderPane *m_folderPane;
     QVBoxLayout *m_sections;
     StoredFileListModel *m_files;
     StoredFileFilterModel *m_shown;

@@ -8,6 +8,7 @@
 #include "EditorNotifications.h"
 #include "PlainTextEditView.h"
 #include "Utf16Text.h"
+#include "WorkspaceFolder.h"
 
 #include <QApplication>
 #include <QMenu>
@@ -38,6 +39,8 @@ MainMenu::MainMenu(AppModel &model, QObject *parent)
                         &AppModel::themeChanged, &AppModel::markdownFlavorChanged,
                         &AppModel::tabsChanged, &AppModel::isSplitViewChanged})
         connect(&m_model, signal, this, &MainMenu::validateAll);
+    connect(&m_model.workspaceFolder(), &WorkspaceFolder::pathChanged, this,
+            &MainMenu::validateAll);
 }
 
 MainMenu::Command MainMenu::command(const QAction *action)
@@ -70,6 +73,11 @@ void MainMenu::install(QMenuBar *bar)
     QMenu *file = bar->addMenu(QStringLiteral("文件"));
     file->setObjectName(QStringLiteral("fileMenu"));
     addItem(file, QStringLiteral("打开..."), Command::open, QKeySequence(Qt::CTRL | Qt::Key_O));
+    addItem(file, QStringLiteral("打开文件夹…"), Command::openFolder,
+            QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
+    addItem(file, QStringLiteral("在文件夹中搜索"), Command::findInFolder,
+            QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F));
+    addItem(file, QStringLiteral("关闭文件夹"), Command::closeFolder);
     file->addSeparator();
     addItem(file, QStringLiteral("保存"), Command::save, QKeySequence(Qt::CTRL | Qt::Key_S));
     file->addSeparator();
@@ -165,6 +173,15 @@ void MainMenu::trigger(Command command, QAction *action)
         break;
     case Command::open:
         m_model.presentOpenPanel();
+        break;
+    case Command::openFolder:
+        m_model.workspaceFolder().presentFolderPanel();
+        break;
+    case Command::closeFolder:
+        m_model.workspaceFolder().close();
+        break;
+    case Command::findInFolder:
+        emit folderFindRequested();
         break;
     case Command::save:
         m_model.saveSelectedDocument();
@@ -285,6 +302,10 @@ void MainMenu::validate(QAction *action)
         action->setEnabled(hasDocument && !m_model.isEditing());
         action->setText(m_model.showOutline() ? QStringLiteral("隐藏目录")
                                               : QStringLiteral("显示目录"));
+        break;
+    case Command::closeFolder:
+    case Command::findInFolder:
+        action->setEnabled(!m_model.workspaceFolder().path().isEmpty());
         break;
     case Command::toggleMarkdownFlavor:
         action->setEnabled(true);

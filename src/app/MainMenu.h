@@ -50,7 +50,10 @@ public:
         minimize,
         zoom,
         bringAllToFront,
-        revealUsageLog
+        revealUsageLog,
+        openFolder,
+        closeFolder,
+        findInFolder
     };
     Q_ENUM(Command)
 
@@ -79,6 +82,8 @@ signals:
     void quitRequested();
     // The Find command while reading: the window focuses its search field.
     void readerFindRequested();
+    // "在文件夹中搜索": the sidebar focuses its folder search field.
+    void folderFindRequested();
 
 private:
     QAction *addItem(QMenu *menu, const QString &title, Command command,

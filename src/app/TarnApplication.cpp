@@ -6,6 +6,8 @@
 #include "ContentView.h"
 #include "DraftKeeper.h"
 #include "DraftStore.h"
+#include "FileSidebar.h"
+#include "FolderPane.h"
 #include "MainMenu.h"
 #include "MainWindow.h"
 #include "QtPlatform.h"
@@ -18,6 +20,7 @@
 #include "TopToolbar.h"
 #include "WebEngineProcess.h"
 #include "WindowChrome.h"
+#include "WorkspaceFolder.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -101,6 +104,8 @@ QList<QUrl> TarnApplication::launchURLs(const QStringList &paths, FILE *errors,
         const QFileInfo info(path);
         if (!info.exists())
             report(path, "no such file");
+        else if (info.isDir() && refused) // a folder, for the window's sidebar
+            *refused << QUrl::fromLocalFile(info.absoluteFilePath());
         else if (info.isDir() || !AppModel::isDocumentFile(info.absoluteFilePath()))
             report(path, "not a Markdown or text file");
         else
@@ -159,8 +164,16 @@ void TarnApplication::openHandedOverFiles()
 
 void TarnApplication::openGivenFiles(const QStringList &paths)
 {
+    // `tarn DIR`, here or in a later launch, opens the folder in the sidebar.
+    QStringList files;
+    for (const QString &path : paths) {
+        if (!path.isEmpty() && QFileInfo(path).isDir())
+            m_model->workspaceFolder().open(path);
+        else
+            files << path;
+    }
     QList<QUrl> refused;
-    const QList<QUrl> urls = launchURLs(paths, nullptr, &refused);
+    const QList<QUrl> urls = launchURLs(files, nullptr, &refused);
     if (!urls.isEmpty())
         m_model->openURLs(urls, false);
     // Started from a file manager there is no terminal to read: the window says it too.
@@ -174,6 +187,8 @@ MainWindow *TarnApplication::ensureMainContentWindow()
     m_window = new MainWindow(*m_model);
     connect(m_menu, &MainMenu::readerFindRequested, m_window->contentView()->toolbar(),
             &TopToolbar::focusSearch);
+    connect(m_menu, &MainMenu::folderFindRequested,
+            m_window->contentView()->sidebar()->folderPane(), &FolderPane::focusSearch);
     connect(m_window, &MainWindow::closeAccepted, this, [] {
         // Leave the close event first, then end the event loop.
         QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);

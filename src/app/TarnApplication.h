@@ -60,7 +60,7 @@ public:
 
     // File URLs for command-line paths, made absolute against the current folder. Paths that
     // name no file, or a file Tarn does not open, are left out, reported on `errors` and added
-    // to `refused`.
+    // to `refused`. A folder goes to `refused` unreported: the window opens it in the sidebar.
     static QList<QUrl> launchURLs(const QStringList &paths, FILE *errors = nullptr,
                                   QList<QUrl> *refused = nullptr);
     static QString version();

@@ -7,6 +7,7 @@
 #include "Platform.h"
 #include "SourcePosition.h"
 #include "TarnUsageLogger.h"
+#include "WorkspaceFolder.h"
 
 #include <QSettings>
 
@@ -41,6 +42,9 @@ AppModel::AppModel(QSettings &settings, Platform &platform, PdfExportService &pd
     const auto notWritten = [this] { checkSettingsWritten(false); };
     connect(m_library, &FileLibrary::settingsNotWritten, this, notWritten);
     connect(m_reader, &ReaderState::settingsNotWritten, this, notWritten);
+    m_workspaceFolder = new WorkspaceFolder(m_settings, m_platform, m_logger, this);
+    connect(m_workspaceFolder, &WorkspaceFolder::openFailed, this,
+            [this](const QString &problem) { showAlert(QStringLiteral("打开失败"), problem); });
 }
 
 AppModel::~AppModel() = default;

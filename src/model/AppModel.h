@@ -29,6 +29,7 @@ class Platform;
 class PdfExportService;
 class QSettings;
 class TarnUsageLogger;
+class WorkspaceFolder;
 
 // The parts are QObject children, each with its own properties and signals. AppModel keeps the
 // names views and tests know: its properties read the parts, its change signals are the parts'
@@ -136,6 +137,8 @@ public:
     MarkdownFlavor markdownFlavor() const { return m_markdownFlavor; }
     bool showsFlavorHint() const { return m_showsFlavorHint; }
     TarnUsageLogger &logger() const { return m_logger; }
+    // The folder shown in the sidebar.
+    WorkspaceFolder &workspaceFolder() const { return *m_workspaceFolder; }
     // File path to reader scroll offset, for the most recently read files.
     QHash<QString, double> readPositions() const { return m_reader->readPositions(); }
 
@@ -163,7 +166,8 @@ public:
 
     // Tabs and files.
     void presentOpenPanel();
-    // Opens the Markdown and text files among `urls`, in order; asks about the selected tab's
+    // Opens the Markdown and text files among `urls`, in order (a folder among them opens in
+    // the sidebar instead); asks about the selected tab's
     // unsaved changes first unless the caller already did.
     void openURLs(const QList<QUrl> &urls, bool alreadyConfirmed);
     // One "打开失败" alert for files that cannot become tabs: a missing file or a folder says
@@ -293,4 +297,5 @@ private:
     QSet<QString> m_flavorHintClosed;      // file paths, kept in the settings
     QSet<QUuid> m_flavorHintClosedUnsaved; // documents without a file, for this session
     bool m_askingAboutDisk = false;
+    WorkspaceFolder *m_workspaceFolder = nullptr;
 };

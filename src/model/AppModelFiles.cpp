@@ -5,6 +5,7 @@
 #include "Platform.h"
 #include "TarnUsageLogger.h"
 #include "TextFileReader.h"
+#include "WorkspaceFolder.h"
 
 #include <QFileInfo>
 #include <QMimeDatabase>
@@ -95,7 +96,9 @@ void AppModel::openURLs(const QList<QUrl> &urls, bool alreadyConfirmed)
 {
     QList<QUrl> accepted;
     for (const QUrl &url : urls) {
-        if (url.isLocalFile() && isDocumentFile(url.toLocalFile()))
+        if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir())
+            m_workspaceFolder->open(url.toLocalFile());
+        else if (url.isLocalFile() && isDocumentFile(url.toLocalFile()))
             accepted.append(url);
     }
     if (accepted.isEmpty())

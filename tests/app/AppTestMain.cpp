@@ -7,6 +7,8 @@
 #include <QStandardPaths>
 #include <QTest>
 
+int runFolderTest(int argc, char **argv);
+
 int main(int argc, char **argv)
 {
     // The reader pane hosts web views, which need this before the application exists.
@@ -16,5 +18,6 @@ int main(int argc, char **argv)
     // The program's style, locale and Qt translations, which its dialogs are seen in.
     TarnApplication::configureApplication(app);
     AppTest test;
-    return QTest::qExec(&test, argc, argv);
+    const int failures = QTest::qExec(&test, argc, argv);
+    return failures + runFolderTest(argc, argv) == 0 ? 0 : 1;
 }

@@ -8,6 +8,7 @@
 #include "TarnApplication.h"
 #include "TarnEditorTextView.h"
 #include "WindowChrome.h"
+#include "WorkspaceFolder.h"
 
 #include <QDir>
 #include <QMessageBox>
@@ -96,8 +97,9 @@ void AppTest::launchedProgram()
     dismissAlert("文件“gone.md”不存在。\nTarn 只能打开 Markdown 和纯文本文件：\nphoto.png");
     QCOMPARE(tarn.model().tabs().size(), 1);
     QVERIFY(QDir(app.dir.path()).mkdir("notes"));
+    // A folder from another launch opens in the sidebar.
     tarn.openFromAnotherLaunch({app.path("notes")});
-    dismissAlert("“notes”是文件夹，不是文本文件。");
+    QCOMPARE(tarn.model().workspaceFolder().path(), app.path("notes"));
 
     QMessageBox box(QMessageBox::Information, "Tarn", "dialog", QMessageBox::Ok, window);
     box.open();

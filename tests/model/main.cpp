@@ -9,6 +9,7 @@ int runTestExportedPage(int argc, char **argv);
 int runTestFlavor(int argc, char **argv);
 int runTestModelParts(int argc, char **argv);
 int runTestSerialWorker(int argc, char **argv);
+int runTestWorkspaceFolder(int argc, char **argv);
 
 int main(int argc, char **argv)
 {
@@ -16,7 +17,7 @@ int main(int argc, char **argv)
     int failures = 0;
     for (auto run : {runTestDocumentsLibrary, runTestFilesTabs, runTestReaderLog, runTestDraftsDisk,
                      runTestExportedPage, runTestFlavor, runTestModelParts,
-                     runTestSerialWorker})
+                     runTestSerialWorker, runTestWorkspaceFolder})
         failures += run(argc, argv);
     return failures == 0 ? 0 : 1;
 }
