@@ -8,27 +8,11 @@
 #include "WebBenchMain.h"
 
 #include <QElapsedTimer>
-#include <QEventLoop>
-#include <QTimer>
 #include <QWidget>
 
 #include <benchmark/benchmark.h>
 
 namespace {
-
-template<typename Condition> bool spinUntil(Condition done)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > 60000)
-            return false;
-        QEventLoop loop;
-        QTimer::singleShot(1, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return true;
-}
 
 void BM_PreviewKeystroke(benchmark::State &state)
 {

@@ -57,36 +57,6 @@
     return { next, blocks, sources: blocks.map((block) => block.outerHTML) };
   }
 
-  function drawMath(element) {
-    const source = element.textContent;
-    try {
-      window.katex.render(source, element, {
-        displayMode: element.classList.contains("math-display"),
-        throwOnError: true,
-        trust: false,
-        strict: "ignore",
-        output: "html",
-        maxSize: 50,
-        maxExpand: 1000,
-      });
-    } catch (error) {
-      element.textContent = source;
-      element.classList.add("math-error");
-      element.title = String(error && error.message ? error.message : error);
-    }
-  }
-
-  function colourCode(element) {
-    const token = Array.from(element.classList).find((name) => name.startsWith("language-"));
-    const language = token ? token.slice("language-".length) : "";
-    if (!language || !window.hljs.getLanguage(language)) {
-      return;
-    }
-    const result = window.hljs.highlight(element.textContent, { language, ignoreIllegals: true });
-    element.innerHTML = result.value;
-    element.classList.add("hljs");
-  }
-
   async function drawDiagram(diagram) {
     const sourceElement = diagram.querySelector(".mermaid-source");
     const output = diagram.querySelector(".mermaid-output");
@@ -111,11 +81,13 @@
   }
 
   function redraw(block) {
-    if (window.katex) {
-      block.querySelectorAll(".math-inline, .math-display").forEach(drawMath);
+    // The standard flavour's page script draws math and code; a classic page has neither.
+    const draw = window.tarnDraw;
+    if (draw && window.katex) {
+      block.querySelectorAll(".math-inline, .math-display").forEach(draw.math);
     }
-    if (window.hljs) {
-      block.querySelectorAll("pre > code[class*='language-']").forEach(colourCode);
+    if (draw && window.hljs) {
+      block.querySelectorAll("pre > code[class*='language-']").forEach(draw.code);
     }
     const diagrams = block.matches(".mermaid-diagram")
       ? [block]

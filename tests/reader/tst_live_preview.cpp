@@ -1,7 +1,7 @@
 // The split view's preview page: drafts reach it in place, as the reader would render them,
 // and nothing in a draft runs script on the way in.
-#include "LivePreview.h"
 #include "FragmentBlocks.h"
+#include "LivePreview.h"
 #include "ReaderTestSupport.h"
 #include "TarnDocument.h"
 #include "TarnWebView.h"
@@ -83,6 +83,14 @@ private slots:
                     .contains(shown));
         QCOMPARE(evaluateAndWait(page, "typeof window.pwned").toString(),
                  QStringLiteral("undefined"));
+        if (flavor == MarkdownFlavor::gfm) {
+            // Changed blocks are drawn again, unchanged ones keep their drawing.
+            QTRY_VERIFY(evaluateAndWait(page, "Array.from(document.querySelectorAll("
+                                              "'.math-inline, .math-display, pre > code'))"
+                                              ".every((e) => e.querySelector('.katex') || "
+                                              "e.classList.contains('hljs'))")
+                            .toBool());
+        }
         // The page holds the blocks the host counts, each with the line it starts on.
         const auto fragment = MarkdownRenderer::renderFragment(after.toStdU16String(), flavor);
         QCOMPARE(evaluateAndWait(page, "document.querySelector('main').children.length").toInt(),
