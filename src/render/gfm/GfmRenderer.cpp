@@ -5,11 +5,11 @@
 #include "FrontMatter.h"
 #include "GfmHtml.h"
 #include "MathExtension.h"
-#include "ParseArena.h"
 #include "RendererInternal.h"
 
 #include <cmark-gfm-core-extensions.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -19,6 +19,15 @@ namespace {
 // Raw HTML is written by Tarn's own walk (through the tag filter and the sanitizer), so the
 // library's safe-mode option does not matter here.
 constexpr int kOptions = CMARK_OPT_DEFAULT;
+
+struct ParserDeleter
+{
+    void operator()(cmark_parser *parser) const { cmark_parser_free(parser); }
+};
+struct NodeDeleter
+{
+    void operator()(cmark_node *node) const { cmark_node_free(node); }
+};
 
 // Something that may be a footnote definition, "[^label]:" with a label as cmark-gfm scans it
 // (no "]", spaces, tabs or line ends). Footnotes cost cmark-gfm two more walks over the whole
@@ -38,20 +47,19 @@ bool mayHaveFootnotes(std::string_view markdown)
     return false;
 }
 
-// The parser and the tree live in `arena`, which frees them.
-cmark_node *parse(std::string_view markdown, ParseArena &arena)
+std::unique_ptr<cmark_node, NodeDeleter> parse(std::string_view markdown)
 {
     cmark_gfm_core_extensions_ensure_registered();
     const int options = mayHaveFootnotes(markdown) ? kOptions | CMARK_OPT_FOOTNOTES : kOptions;
-    cmark_parser *parser = cmark_parser_new_with_mem(options, arena.mem());
+    std::unique_ptr<cmark_parser, ParserDeleter> parser(cmark_parser_new(options));
     for (const char *name : {"table", "strikethrough", "autolink", "tagfilter", "tasklist"}) {
         if (cmark_syntax_extension *extension = cmark_find_syntax_extension(name))
-            cmark_parser_attach_syntax_extension(parser, extension);
+            cmark_parser_attach_syntax_extension(parser.get(), extension);
     }
-    cmark_parser_attach_syntax_extension(parser, mathExtension());
+    cmark_parser_attach_syntax_extension(parser.get(), mathExtension());
     resetMathScanner();
-    cmark_parser_feed(parser, markdown.data(), markdown.size());
-    return cmark_parser_finish(parser);
+    cmark_parser_feed(parser.get(), markdown.data(), markdown.size());
+    return std::unique_ptr<cmark_node, NodeDeleter>(cmark_parser_finish(parser.get()));
 }
 
 } // namespace
@@ -78,9 +86,8 @@ MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8)
             appendFrontMatterTable(html, *frontMatter);
             written.blockLines.push_back(0);
         }
-        ParseArena arena;
-        cmark_node *root = parse(text, arena);
-        const auto ranges = writeHtml(root, firstLine, html, written, keepRawHtml);
+        const auto root = parse(text);
+        const auto ranges = writeHtml(root.get(), firstLine, html, written, keepRawHtml);
         if (!ranges.empty()) {
             // Only the stretches with raw HTML go through the sanitizer's parse, which is far
             // slower than the rest: Tarn's own markup around them is escaped and balanced.

@@ -4,8 +4,6 @@
 // stays text. "$$…$$" may span lines.
 #include "MathExtension.h"
 
-#include <cmark-gfm/node.h>
-
 #include <string>
 #include <string_view>
 
@@ -110,14 +108,15 @@ cmark_node *mathNode(cmark_syntax_extension *extension, cmark_node *block, bool 
     for (int i = begin; i < end; ++i)
         tex.push_back(char(subject.at(i)));
     if (isTableCell(block)) {
-        cmark_node *code = cmark_node_new_with_mem(CMARK_NODE_CODE, cmark_node_mem(block));
+        cmark_node *code = cmark_node_new(CMARK_NODE_CODE);
         cmark_node_set_literal(code, tex.c_str());
         cmark_node_set_user_data(code,
                                  const_cast<char *>(display ? &kDisplayInCell : &kInlineInCell));
         return code;
     }
-    cmark_node *node = cmark_node_new_with_mem_and_ext(
-        display ? types().displayType : types().inlineType, cmark_node_mem(block), extension);
+    cmark_node *node =
+        cmark_node_new_with_mem_and_ext(display ? types().displayType : types().inlineType,
+                                        cmark_get_default_mem_allocator(), extension);
     cmark_node_set_string_content(node, tex.c_str());
     return node;
 }
@@ -143,7 +142,7 @@ cmark_node *matchMath(cmark_syntax_extension *extension, cmark_parser *, cmark_n
         cmark_inline_parser_set_offset(parser, start);
         if (!display)
             return nullptr;
-        cmark_node *text = cmark_node_new_with_mem(CMARK_NODE_TEXT, cmark_node_mem(block));
+        cmark_node *text = cmark_node_new(CMARK_NODE_TEXT);
         cmark_node_set_literal(text, "$$");
         cmark_inline_parser_set_offset(parser, start + 2);
         return text;
