@@ -3,12 +3,14 @@
 #include "AppTestSupport.h"
 #include "EditorPane.h"
 #include "LivePreview.h"
+#include "MarkdownEditorActions.h"
 #include "OutlinePane.h"
 #include "ReaderPane.h"
 #include "SplitPreviewView.h"
 #include "TarnEditorTextView.h"
 #include "TarnWebView.h"
 
+#include <QFile>
 #include <QListWidget>
 #include <QScrollBar>
 #include <QSplitter>
@@ -127,11 +129,35 @@ void AppTest::splitView()
     QVERIFY(headingAtTop(preview, QStringLiteral("part-10")));
     QCOMPARE(f.model->currentHeadingID(), QStringLiteral("part-10"));
 
-    // The editor's commands work beside the preview.
+    // The editor's commands work beside the preview: formatting, undo, find, save, and a
+    // change on disk reaches both sides.
+    TarnDocument *document = f.model->selectedDocument();
+    cursor.movePosition(QTextCursor::End);
+    editor->textView()->setTextCursor(cursor);
+    QTest::keyClicks(editor->textView(), " word");
+    cursor = editor->textView()->textCursor();
+    cursor.movePosition(QTextCursor::PreviousWord, QTextCursor::KeepAnchor);
+    editor->textView()->setTextCursor(cursor);
+    editor->actions()->bold();
+    QVERIFY(document->draft().endsWith(QStringLiteral("Zebra **word**")));
+    QVERIFY(document->isDirty());
+    QTRY_VERIFY(
+        pageValue(preview, "document.querySelector('strong')?.textContent === 'word'").toBool());
+    f.item(C::undo)->trigger();
+    QVERIFY(document->draft().endsWith(QStringLiteral("Zebra word")));
     f.item(C::find)->trigger();
     QTRY_VERIFY(editor->showFindPanel());
     f.item(C::save)->trigger();
-    QVERIFY(!f.model->selectedDocument()->isDirty());
+    QVERIFY(!document->isDirty());
+    QFile onDisk(document->url().toLocalFile());
+    QVERIFY(onDisk.open(QIODevice::Append));
+    onDisk.write("\n\nWritten elsewhere\n");
+    onDisk.close();
+    QTRY_VERIFY_WITH_TIMEOUT(document->draft().contains(QStringLiteral("Written elsewhere")),
+                             10000);
+    QTRY_VERIFY(
+        pageValue(preview, "document.body.textContent.includes('Written elsewhere')").toBool());
+    QCOMPARE(f.view.currentContent(), split);
 
     // The divider's place is kept; the shortcut again goes back to the editor alone.
     QSplitterHandle *handle = split->splitter()->handle(1);
@@ -142,7 +168,7 @@ void AppTest::splitView()
     QTest::keyClick(&f.window, Qt::Key_E, Qt::ControlModifier | Qt::ShiftModifier);
     QVERIFY(!f.model->isSplitView() && f.model->isEditing());
     QCOMPARE(f.view.currentContent(), editor);
-    QVERIFY(f.model->selectedDocument()->draft().endsWith(QStringLiteral("Zebra")));
+    QVERIFY(document->draft().endsWith(QStringLiteral("Written elsewhere\n")));
     // Leaving the editor ends the split view; the editor comes back on its own.
     item->trigger();
     f.model->toggleEditing();
