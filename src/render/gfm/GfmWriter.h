@@ -49,7 +49,8 @@ private:
         // A stretch held open stops growing at 64 KB: an element that is never closed would
         // otherwise send the rest of the document through the slow parse. What it still
         // holds open is then closed by the sanitizer; what closes it later is dropped.
-        if (laterFootnote || (m_openRawElements > 0 && m_out.size() - m_blockBegin < 65536))
+        m_insideOpenElement = m_openRawElements > 0 && m_out.size() - m_blockBegin < 65536;
+        if (laterFootnote || m_insideOpenElement)
             return;
         m_openRawElements = 0;
         closeRawRange();
@@ -67,12 +68,13 @@ private:
     }
 
     // Each child element of <main> is one top-level block; skipped raw HTML makes none (kept,
-    // it is counted as one, which it usually is), and the footnotes at the end share one
-    // section.
+    // it is counted as one, which it usually is), a block inside an element that raw HTML left
+    // open (Markdown in a <details>) belongs to that element, and the footnotes at the end
+    // share one section.
     void noteTopLevelBlock(cmark_node *node)
     {
         const cmark_node_type type = cmark_node_get_type(node);
-        if ((type == CMARK_NODE_HTML_BLOCK && !m_keepRawHtml) ||
+        if ((type == CMARK_NODE_HTML_BLOCK && !m_keepRawHtml) || m_insideOpenElement ||
             (type == CMARK_NODE_FOOTNOTE_DEFINITION && m_footnotes))
             return;
         m_fragment.blockLines.push_back(sourceLine(node));
@@ -108,7 +110,8 @@ private:
     std::vector<std::pair<std::size_t, std::size_t>> m_rawRanges;
     std::size_t m_blockBegin = 0;
     bool m_blockHasRawHtml = false;
-    int m_openRawElements = 0; // elements HTML blocks opened and have not closed yet
+    bool m_insideOpenElement = false; // the current top-level block continues an open element
+    int m_openRawElements = 0;        // elements HTML blocks opened and have not closed yet
     std::size_t m_firstLine;
     std::string &m_out;
     MarkdownRenderer::Fragment &m_fragment;
