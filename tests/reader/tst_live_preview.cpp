@@ -6,6 +6,7 @@
 #include "TarnDocument.h"
 #include "TarnWebView.h"
 
+#include <QSignalSpy>
 #include <QTest>
 #include <QWidget>
 
@@ -103,6 +104,22 @@ private slots:
                                        ".join(',')")
                      .toString(),
                  lines.join(u','));
+    }
+
+    // The preview's page takes the theme's appearance, as the reading page does.
+    void darkThemeReachesThePage()
+    {
+        TarnDocument document(QUrl(), QStringLiteral("# Dark\n"));
+        QWidget window;
+        LivePreview preview(&window);
+        window.show();
+        QSignalSpy updated(&preview, &LivePreview::updated);
+        preview.show(&document, MarkdownFlavor::classic, TarnTheme::dark);
+        QTRY_VERIFY_WITH_TIMEOUT(updated.count() == 1, 30000);
+        QCOMPARE(
+            evaluateAndWait(preview.view()->page(), "document.documentElement.style.colorScheme")
+                .toString(),
+            QStringLiteral("dark"));
     }
 };
 
