@@ -9,6 +9,7 @@
 #include "FolderTreeModel.h"
 #include "FolderTreeView.h"
 #include "TarnEditorTextView.h"
+#include "UnprivilegedScope.h"
 #include "WorkspaceFolder.h"
 
 #include <QDir>
@@ -85,11 +86,11 @@ private slots:
         AppHarness h;
         QTemporaryDir folder;
         makeSearchTree(folder.path());
-        if (lockedFolder) {
-            if (::geteuid() == 0)
-                QSKIP("permissions do not stop root from reading");
+        const UnprivilegedScope unprivileged(lockedFolder ? QStringList{folder.path(), h.dir.path()}
+                                                          : QStringList());
+        QVERIFY(unprivileged.holds());
+        if (lockedFolder)
             QFile::setPermissions(folder.path() + "/locked", {});
-        }
         FolderSearch search(h.model->workspaceFolder());
         QSignalSpy finished(&search, &FolderSearch::finished);
         QStringList results;

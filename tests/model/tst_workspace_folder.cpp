@@ -2,6 +2,7 @@
 // on disk while the test runs.
 #include "FolderTreeModel.h"
 #include "ModelTestSupport.h"
+#include "UnprivilegedScope.h"
 #include "WorkspaceFolder.h"
 
 #include <QDir>
@@ -158,11 +159,11 @@ private slots:
         QFETCH(QStringList, shown);
         QTemporaryDir root;
         makeTree(root.path(), entries);
-        if (entries.contains("locked/a.md")) {
-            if (::geteuid() == 0)
-                QSKIP("permissions do not stop root from reading");
+        const bool locked = entries.contains("locked/a.md");
+        const UnprivilegedScope unprivileged(locked ? QStringList{root.path()} : QStringList());
+        QVERIFY(unprivileged.holds());
+        if (locked)
             QFile::setPermissions(root.path() + "/locked", {});
-        }
         FolderTreeModel model;
         model.setRootPath(root.path());
         const QModelIndex parent = openLevel(model, level);
