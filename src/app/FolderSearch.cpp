@@ -251,7 +251,8 @@ FolderSearchStats FolderSearch::run(const QString &root, const QString &query,
 {
     QElapsedTimer clock;
     clock.start();
-    const CaseFoldedSearch search(query.trimmed());
+    // Matched as the page matches, so a hit found here is a hit on the page.
+    const CaseFoldedSearch search(query.trimmed(), CaseMatching::lowerCase);
     if (search.isEmpty())
         return {};
     auto shared = std::make_shared<SharedWork>();

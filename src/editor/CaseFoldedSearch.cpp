@@ -13,9 +13,21 @@ namespace {
 // Marks BMP units whose folding is not a single unit (or that are surrogates) in the table.
 constexpr char16_t needsFullFolding = 0xFFFF;
 
-// Single-unit foldings of the whole BMP, so that the common case costs one lookup instead of an
+// The full folding or lower case of one code point; its length, or 0 when ICU fails.
+int32_t mapCase(CaseMatching matching, const UChar *source, int32_t width, UChar *out,
+                int32_t capacity)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const int32_t length =
+        matching == CaseMatching::folding
+            ? u_strFoldCase(out, capacity, source, width, U_FOLD_CASE_DEFAULT, &status)
+            : u_strToLower(out, capacity, source, width, "", &status);
+    return U_SUCCESS(status) ? length : 0;
+}
+
+// Single-unit mappings of the whole BMP, so that the common case costs one lookup instead of an
 // ICU call per character.
-const std::array<char16_t, 0x10000> &bmpFoldTable()
+template<CaseMatching matching> const std::array<char16_t, 0x10000> &bmpTable()
 {
     static const std::unique_ptr<std::array<char16_t, 0x10000>> table = [] {
         auto result = std::make_unique<std::array<char16_t, 0x10000>>();
@@ -25,12 +37,9 @@ const std::array<char16_t, 0x10000> &bmpFoldTable()
             if (U16_IS_SURROGATE(c) || c == needsFullFolding)
                 continue;
             const UChar source = UChar(c);
-            UChar folded[4];
-            UErrorCode status = U_ZERO_ERROR;
-            const int32_t length =
-                u_strFoldCase(folded, 4, &source, 1, U_FOLD_CASE_DEFAULT, &status);
-            if (U_SUCCESS(status) && length == 1)
-                slot = folded[0];
+            UChar mapped[4];
+            if (mapCase(matching, &source, 1, mapped, 4) == 1)
+                slot = mapped[0];
         }
         return result;
     }();
@@ -39,9 +48,10 @@ const std::array<char16_t, 0x10000> &bmpFoldTable()
 
 } // namespace
 
-void foldText(QStringView text, int from, int to, FoldedText &out)
+void foldText(QStringView text, int from, int to, FoldedText &out, CaseMatching matching)
 {
-    const auto &table = bmpFoldTable();
+    const auto &table = matching == CaseMatching::folding ? bmpTable<CaseMatching::folding>()
+                                                          : bmpTable<CaseMatching::lowerCase>();
     const char16_t *units = text.utf16();
     out.units.clear();
     out.sources.clear();
@@ -60,10 +70,8 @@ void foldText(QStringView text, int from, int to, FoldedText &out)
         if (U16_IS_LEAD(unit) && i + 1 < to && U16_IS_TRAIL(units[i + 1]))
             width = 2;
         UChar folded[8];
-        UErrorCode status = U_ZERO_ERROR;
-        const int32_t length =
-            u_strFoldCase(folded, 8, units + i, width, U_FOLD_CASE_DEFAULT, &status);
-        if (U_SUCCESS(status) && length > 0) {
+        const int32_t length = mapCase(matching, units + i, width, folded, 8);
+        if (length > 0) {
             for (int32_t k = 0; k < length; ++k) {
                 out.units.push_back(folded[k]);
                 out.sources.push_back(i);
@@ -79,10 +87,11 @@ void foldText(QStringView text, int from, int to, FoldedText &out)
     out.sources.push_back(to);
 }
 
-CaseFoldedSearch::CaseFoldedSearch(QStringView query)
+CaseFoldedSearch::CaseFoldedSearch(QStringView query, CaseMatching matching)
+    : m_matching(matching)
 {
     FoldedText folded;
-    foldText(query, 0, int(query.size()), folded);
+    foldText(query, 0, int(query.size()), folded, matching);
     m_folded = std::move(folded.units);
 }
 

@@ -1,4 +1,5 @@
-// Case-insensitive search over UTF-16 text using full Unicode case folding ("ß" matches "SS").
+// Case-insensitive search over UTF-16 text using full Unicode case folding ("ß" matches "SS"),
+// or lower-casing as the reader page's search does ("ß" matches only "ß").
 #pragma once
 
 #include "EditorRange.h"
@@ -17,13 +18,21 @@ struct FoldedText
     std::vector<int> sources;
 };
 
-// Folds text[from, to). Positions in the result refer to the whole text.
-void foldText(QStringView text, int from, int to, FoldedText &out);
+enum class CaseMatching
+{
+    folding,
+    lowerCase
+};
+
+// Folds (or lower-cases) text[from, to). Positions in the result refer to the whole text.
+void foldText(QStringView text, int from, int to, FoldedText &out,
+              CaseMatching matching = CaseMatching::folding);
 
 class CaseFoldedSearch
 {
 public:
-    explicit CaseFoldedSearch(QStringView query = {});
+    explicit CaseFoldedSearch(QStringView query = {},
+                              CaseMatching matching = CaseMatching::folding);
 
     bool isEmpty() const { return m_folded.empty(); }
     // The longest stretch of original text one match can cover: every code point folds to at
@@ -45,6 +54,7 @@ private:
     qsizetype nextCandidate(const FoldedText &folded, qsizetype at) const;
 
     std::u16string m_folded;
+    CaseMatching m_matching;
 };
 
 template<typename Visit>
@@ -54,7 +64,7 @@ int CaseFoldedSearch::scan(QStringView text, int from, int to, int acceptBefore,
     if (isEmpty() || from >= to)
         return std::max(from, std::min(to, acceptBefore));
     FoldedText folded;
-    foldText(text, from, to, folded);
+    foldText(text, from, to, folded, m_matching);
     const qsizetype queryLength = qsizetype(m_folded.size());
     int resume = from;
     qsizetype at = 0;
