@@ -115,6 +115,26 @@ private slots:
         QCOMPARE(line.metadata.size(), 4); // no query text
     }
 
+    // A file with more hits than are listed shows the first ones and counts them all.
+    void manyHitsInOneFile()
+    {
+        AppHarness h;
+        QTemporaryDir folder;
+        write(folder.path() + "/many.md",
+              QByteArray("hit\n").repeated(FolderSearch::maximumShownHits + 1));
+        FolderSearch search(h.model->workspaceFolder());
+        QSignalSpy finished(&search, &FolderSearch::finished);
+        QList<FolderSearchFile> found;
+        connect(&search, &FolderSearch::filesFound, this,
+                [&](const QList<FolderSearchFile> &files) { found += files; });
+        search.start(folder.path(), "hit");
+        QTRY_COMPARE(finished.count(), 1);
+        QCOMPARE(found.size(), 1);
+        QCOMPARE(found.first().hitCount, FolderSearch::maximumShownHits + 1);
+        QCOMPARE(found.first().hits.size(), FolderSearch::maximumShownHits);
+        QCOMPARE(found.first().hits.last().line, FolderSearch::maximumShownHits - 1);
+    }
+
     // Each keystroke cancels the search before: only the last one reports.
     void newQueryCancelsTheLast()
     {

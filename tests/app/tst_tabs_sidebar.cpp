@@ -133,6 +133,7 @@ void AppTest::sidebar()
                              stored("fav.md", true, 50), stored("never.md", false, {})});
     FileSidebar *sidebar = f.view.sidebar();
     QListView *list = sidebar->fileList();
+    QCOMPARE(sidebar->width(), FileSidebar::sidebarWidth);
     auto names = [sidebar] {
         QStringList result;
         for (int row = 0; row < sidebar->shownFiles()->rowCount(); ++row)

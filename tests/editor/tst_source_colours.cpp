@@ -107,6 +107,7 @@ private slots:
         QTest::newRow("reference label") << ColourRow{"[text][ref]", 0, 8, "linkAddress"};
         QTest::newRow("link definition") << ColourRow{"[ref]: https://x.org", 0, 9, "linkAddress"};
         QTest::newRow("autolink") << ColourRow{"go <https://x.org> now", 0, 6, "linkAddress"};
+        QTest::newRow("mail autolink") << ColourRow{"mail <me@x.org> now", 0, 7, "linkAddress"};
         QTest::newRow("fence line") << ColourRow{fenced, 0, 1, "fence"};
         QTest::newRow("fence carried to the next line") << ColourRow{fenced, 1, 6, "codeBlock"};
         QTest::newRow("no emphasis inside a fence") << ColourRow{fenced, 1, 7, "codeBlock"};
