@@ -3,8 +3,8 @@
 #include "FileSidebar.h"
 
 #include "AppModel.h"
-#include "StoredFileListModel.h"
 #include "FolderPane.h"
+#include "StoredFileListModel.h"
 #include "StoredFileRow.h"
 #include "TarnIcons.h"
 #include "WindowChrome.h"

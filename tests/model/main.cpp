@@ -16,8 +16,8 @@ int main(int argc, char **argv)
     QCoreApplication app(argc, argv);
     int failures = 0;
     for (auto run : {runTestDocumentsLibrary, runTestFilesTabs, runTestReaderLog, runTestDraftsDisk,
-                     runTestExportedPage, runTestFlavor, runTestModelParts,
-                     runTestSerialWorker, runTestWorkspaceFolder})
+                     runTestExportedPage, runTestFlavor, runTestModelParts, runTestSerialWorker,
+                     runTestWorkspaceFolder})
         failures += run(argc, argv);
     return failures == 0 ? 0 : 1;
 }
