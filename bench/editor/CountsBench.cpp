@@ -1,5 +1,6 @@
 // The status line's counts of a 1 MB document, Chinese and English mixed: the time the thread
 // pool spends on one count, and what a keystroke pays on the main thread while counts run.
+#include "EditorBenchTiming.h"
 #include "EditorPane.h"
 #include "PlainTextEditView.h"
 #include "TarnEditorTextView.h"
@@ -57,13 +58,6 @@ void BM_Count1MB(benchmark::State &state)
     state.counters["characters"] = double(counts.characters);
 }
 BENCHMARK(BM_Count1MB)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(5);
-
-double threadCpuMilliseconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) * 1000 + double(now.tv_nsec) / 1e6;
-}
 
 // Keystrokes in the 1 MB document with the event loop turning in between, so the counts are
 // taken and run while typing goes on; the main thread's time per keystroke.

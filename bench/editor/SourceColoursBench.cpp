@@ -1,6 +1,7 @@
 // The source colours on large documents, with and without colouring: a keystroke in a 1 MB
 // document (target: none over 16 ms) and putting a 5 MB document into the editor (target: at
 // most 0.3 s more than without colouring).
+#include "EditorBenchTiming.h"
 #include "EditorPane.h"
 #include "MarkdownHighlighter.h"
 #include "PlainTextEditView.h"
@@ -44,21 +45,6 @@ QString markdownOfSize(qsizetype bytes)
         text += chunk;
     }
     return text;
-}
-
-// CPU time of the calling thread: on a machine shared with other builds the wall clock also
-// counts the time other processes held the cores.
-double threadCpuMilliseconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) * 1000 + double(now.tv_nsec) / 1e6;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? 0 : values[values.size() / 2];
 }
 
 void settle(MarkdownHighlighter *highlighter)

@@ -4,6 +4,7 @@
 #include "CaseFoldedSearch.h"
 #include "DraftKeeper.h"
 #include "DraftStore.h"
+#include "EditorBenchTiming.h"
 #include "EditorPane.h"
 #include "MarkdownEditorActions.h"
 #include "PlainTextEditView.h"
@@ -69,23 +70,6 @@ struct PaneBench
     TarnDocument doc;
     EditorPane pane;
 };
-
-// CPU time of the calling thread, which does all the editor's work: on a busy machine the wall
-// clock also counts the time other processes held the cores.
-double threadCpuMilliseconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) * 1000 + double(now.tv_nsec) / 1e6;
-}
-
-double median(std::vector<double> values)
-{
-    if (values.empty())
-        return 0;
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
 
 void typeCharacter(QWidget *target, QChar character)
 {
