@@ -75,7 +75,7 @@ ContentView::ContentView(AppModel &model, QWidget *parent)
     m_split = new SplitPreviewView(model, m_content);
     m_content->addWidget(m_split);
     connect(m_sidebar->folderPane()->searchPanel(), &FolderSearchPanel::hitActivated,
-            new FolderHitOpener(model, *m_editor, this), &FolderHitOpener::open);
+            new FolderHitOpener(model, *m_editor, *m_reader, this), &FolderHitOpener::open);
     connect(m_editor, &EditorPane::topLineChanged, &m_model, [this](int line) {
         if (m_model.isEditing())
             m_model.setEditorTopLine(line);
