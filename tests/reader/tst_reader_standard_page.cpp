@@ -121,7 +121,8 @@ private slots:
             u"<div class=\"math math-display\">\\sum_{i=1}^n i</div>\n"
             u"<pre><code class=\"language-cpp\">int main() { return 0; }</code></pre>\n"
             u"<pre><code class=\"language-nosuch\">int x;</code></pre>\n"
-            u"<p><img src=\"http://127.0.0.1:9/logo.png\" alt=\"Project logo\"></p>\n";
+            u"<p><img src=\"http://127.0.0.1:9/logo.png\" alt=\"Project logo\"></p>\n"
+            u"<p>return here</p>\n";
         fragment.hasMermaid = fragment.hasMath = fragment.hasHighlight = true;
         m_reader.html = QString::fromStdU16String(MarkdownRenderer::standardPage(fragment));
         m_reader.update();
@@ -136,6 +137,12 @@ private slots:
             "return");
         QCOMPARE(m_reader.eval("document.querySelector('.language-nosuch').innerHTML"), "int x;");
         QCOMPARE(m_reader.eval("typeof window.tarnApplySearch"), "function");
+        // Coloured code stays out of the search, as plain code does.
+        m_reader.eval("window.tarnApplySearch('return')");
+        QTRY_COMPARE(m_reader.eval("document.querySelectorAll('mark.tarn-search-hit').length"), 1);
+        QCOMPARE(m_reader.eval("document.querySelector('mark.tarn-search-hit').parentElement"
+                               ".tagName"),
+                 "P");
         // KaTeX's fonts come from the page itself.
         QTRY_VERIFY(m_reader
                         .eval("Array.from(document.fonts).some((f) => f.family === 'KaTeX_Main'"

@@ -183,7 +183,9 @@ void appendCodeColours(u16 &out, TarnTheme theme)
                colours.attribute);
     appendRule(out, u".hljs-deletion", colours.deletion);
     out.append(u".hljs-emphasis { font-style: italic; }\n.hljs-strong { font-weight: 700; }\n"
-               u"</style>\n");
+               u".hljs code { display: inline; font-family: inherit; font-size: inherit; "
+               u"background: none; padding: 0; "
+               u"border-radius: 0; }\n</style>\n");
 }
 
 // A formula that does not parse stays as its source; an image that does not load shows its

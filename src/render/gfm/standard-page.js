@@ -65,6 +65,14 @@
     }
     const result = hljs.highlight(element.textContent, { language, ignoreIllegals: true });
     element.innerHTML = result.value;
+    // The tokens become <code> elements instead of highlight.js's <span>s: the page's search
+    // leaves code out by the element around the text, and coloured code is still code.
+    element.querySelectorAll("span").forEach((span) => {
+      const code = document.createElement("code");
+      code.className = span.className;
+      code.append(...span.childNodes);
+      span.replaceWith(code);
+    });
     element.classList.add("hljs");
   }
 
