@@ -8,7 +8,7 @@
 
 namespace {
 
-const char kEditorShareKey[] = "splitViewEditorShare";
+const char kEditorShareKey[] = "tarn.splitViewEditorShare";
 // Neither side may be squeezed out of sight by a stored value.
 constexpr double kMinimumShare = 0.15;
 constexpr double kMaximumShare = 0.85;

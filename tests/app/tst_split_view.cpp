@@ -65,7 +65,7 @@ void AppTest::splitView_data()
 void AppTest::splitView()
 {
     QFETCH(MarkdownFlavor, flavor);
-    WindowFixture f(QByteArrayLiteral("[General]\nsplitViewEditorShare=0.3\n"));
+    WindowFixture f(QByteArrayLiteral("[General]\ntarn.splitViewEditorShare=0.3\n"));
     f.model->setMarkdownFlavor(flavor);
     f.window.resize(1800, 1000); // room for both sides beside the sidebar and the outline
     f.model->openURLs({f.file(QStringLiteral("long.md"), longDocument())}, true);
