@@ -128,12 +128,10 @@ void LivePreview::load()
         m_blocks.append(block.toString());
     // The reader's own page of the draft: its policy, request filter and link rules.
     const std::u16string title = m_document ? m_document->title().toStdU16String() : u"Tarn";
-    const std::u16string_view draft = u16View(m_shownDraft);
     MarkdownWebView value = m_coordinator->parentValue();
+    // The page of the fragment just made, not a second render of the draft.
     value.html = QString::fromStdU16String(
-        m_flavor == MarkdownFlavor::gfm
-            ? MarkdownRenderer::standardPage(m_loadedFragment, m_theme, title)
-            : MarkdownRenderer::render(draft, m_theme, title, m_flavor).html);
+        MarkdownRenderer::pageOf(m_loadedFragment, m_flavor, m_theme, title));
     value.baseURL = m_document && !m_document->url().isEmpty()
                         ? std::optional<QUrl>(m_document->baseURL())
                         : std::nullopt;

@@ -56,8 +56,12 @@ struct Fragment
 Fragment renderFragment(std::u16string_view markdown,
                         MarkdownFlavor flavor = MarkdownFlavor::classic);
 
-// The standard flavour's page around a fragment rendered already (`render` of a gfm document
-// is this page of its fragment): its policy, styles and scripts follow the fragment's flags.
+// The page around a fragment rendered already in `flavor`: what `render` returns for the text.
+// The standard flavour's policy, styles and scripts follow the fragment's flags.
+std::u16string pageOf(const Fragment &fragment, MarkdownFlavor flavor,
+                      TarnTheme theme = TarnTheme::businessBlue,
+                      std::u16string_view title = u"Tarn");
+// pageOf in the standard flavour.
 std::u16string standardPage(const Fragment &fragment, TarnTheme theme = TarnTheme::businessBlue,
                             std::u16string_view title = u"Tarn");
 

@@ -261,7 +261,7 @@ RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16s
 {
     if (flavor == MarkdownFlavor::gfm) {
         Fragment fragment = TarnGfm::renderFragment(markdown);
-        return {standardPage(fragment, theme, title), std::move(fragment.toc),
+        return {pageOf(fragment, flavor, theme, title), std::move(fragment.toc),
                 std::move(fragment.headingLines)};
     }
     // The blocks are written straight into the page, which is sized for typical Markdown up
@@ -277,14 +277,21 @@ RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16s
     return {std::move(page), std::move(parser.toc), std::move(parser.headingLines)};
 }
 
-std::u16string standardPage(const Fragment &fragment, TarnTheme theme, std::u16string_view title)
+std::u16string pageOf(const Fragment &fragment, MarkdownFlavor flavor, TarnTheme theme,
+                      std::u16string_view title)
 {
+    const bool standard = flavor == MarkdownFlavor::gfm;
     u16 page;
     page.reserve(fragment.html.size() + 65536);
-    appendPageHead(page, theme, title, &fragment);
+    appendPageHead(page, theme, title, standard ? &fragment : nullptr);
     page.append(fragment.html);
-    appendPageTail(page, fragment, true);
+    appendPageTail(page, fragment, standard);
     return page;
+}
+
+std::u16string standardPage(const Fragment &fragment, TarnTheme theme, std::u16string_view title)
+{
+    return pageOf(fragment, MarkdownFlavor::gfm, theme, title);
 }
 
 RenderedMarkdown render(std::string_view markdownUtf8, TarnTheme theme, std::u16string_view title,

@@ -51,6 +51,7 @@ private slots:
     void stylesheetPerTheme_data();
     void stylesheetPerTheme();
     void diagramLibraryOnlyWithDiagrams();
+    void pageOfAFragment();
     void lineEnds_data();
     void lineEnds();
     void themes();

@@ -112,6 +112,17 @@ void RenderTest::diagramLibraryOnlyWithDiagrams()
     QVERIFY(!without.contains(QStringLiteral("var lib")));
 }
 
+// The page around a fragment made already is the page `render` gives, in both flavours.
+void RenderTest::pageOfAFragment()
+{
+    const std::u16string markdown = u"# T\n\n```mermaid\na\n```\n\n$x$ and `c`\n\n- a\n- b\n";
+    for (const MarkdownFlavor flavor : {MarkdownFlavor::classic, MarkdownFlavor::gfm}) {
+        const auto fragment = MarkdownRenderer::renderFragment(markdown, flavor);
+        QCOMPARE(qs(MarkdownRenderer::pageOf(fragment, flavor, TarnTheme::dark, u"T")),
+                 qs(MarkdownRenderer::render(markdown, TarnTheme::dark, u"T", flavor).html));
+    }
+}
+
 void RenderTest::lineEnds_data()
 {
     // clang-format off
