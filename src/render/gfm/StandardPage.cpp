@@ -238,16 +238,19 @@ std::u16string securityPolicy(const MarkdownRenderer::Fragment &fragment)
 void appendStyles(std::u16string &page, const MarkdownRenderer::Fragment &fragment, TarnTheme theme)
 {
     page.append(kPageStyles);
-    if (fragment.hasMath)
-        page.append(katexStyleElement());
     if (fragment.hasHighlight)
         appendCodeColours(page, theme);
 }
 
 void appendScripts(std::u16string &page, const MarkdownRenderer::Fragment &fragment)
 {
-    if (fragment.hasMath)
+    // KaTeX's styles (a third of a megabyte with their fonts) come with its script rather than
+    // in the head: they style only what the script draws, and the engine paints nothing before
+    // it has parsed the head.
+    if (fragment.hasMath) {
+        page.append(katexStyleElement());
         page.append(katexScript().element);
+    }
     if (fragment.hasHighlight)
         page.append(highlightScript().element);
     page.append(u"\n");

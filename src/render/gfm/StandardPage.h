@@ -14,7 +14,8 @@ std::u16string securityPolicy(const MarkdownRenderer::Fragment &fragment);
 // <style> elements for the end of <head>.
 void appendStyles(std::u16string &page, const MarkdownRenderer::Fragment &fragment,
                   TarnTheme theme);
-// Script elements that go after the diagram library and before the reader script.
+// Script elements (and KaTeX's styles) that go after the diagram library and before the reader
+// script.
 void appendScripts(std::u16string &page, const MarkdownRenderer::Fragment &fragment);
 
 } // namespace TarnGfm
