@@ -51,6 +51,8 @@ struct ReaderPane::Page
     QString headingAfterLoad;
     QString html;
     std::vector<TOCItem> toc;
+    // The parser's tree of the last render, let go once the page is ready (see onPageReady).
+    std::shared_ptr<void> parseTree;
 };
 
 ReaderPane::ReaderPane(AppModel &model, QWidget *parent)
@@ -179,6 +181,7 @@ void ReaderPane::renderIfNeeded(Page &page)
         MarkdownRenderer::render(markdown, theme, page.document->title().toStdU16String(), flavor);
     page.html = QString::fromStdU16String(rendered.html);
     page.toc = std::move(rendered.toc);
+    page.parseTree = std::move(rendered.parseTree);
     page.renderedContent = content;
     page.renderedTheme = theme;
     page.renderedFlavor = flavor;
@@ -265,9 +268,13 @@ void ReaderPane::showPage(Page &page, bool shownBefore)
                 [this, document = page.document] {
                     if (!document)
                         return;
-                    if (Page *ready = findPage(document))
+                    Page *ready = findPage(document);
+                    if (ready)
                         onPageReady(*ready);
                     emit pageReady(document);
+                    // Freed only now, so that it does not hold up the first screen.
+                    if ((ready = findPage(document)))
+                        ready->parseTree.reset();
                 });
         m_stack->addWidget(page.view);
         m_stack->setCurrentWidget(page.view);

@@ -4,6 +4,7 @@
 #include "TarnTheme.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,10 @@ struct RenderedMarkdown
     std::u16string html; // the complete, self-contained page
     std::vector<TOCItem> toc;
     std::vector<std::size_t> headingLines; // 0-based source line of each outline entry
+    // The standard flavour's parse tree, freed with the last copy of this. Freeing the tree of
+    // a large document takes about as long as writing its page, so a reader may keep it until
+    // the page is on screen.
+    std::shared_ptr<void> parseTree;
 };
 
 namespace MarkdownRenderer {

@@ -260,9 +260,10 @@ RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16s
                         MarkdownFlavor flavor)
 {
     if (flavor == MarkdownFlavor::gfm) {
-        Fragment fragment = TarnGfm::renderFragment(markdown);
+        std::shared_ptr<void> tree;
+        Fragment fragment = TarnGfm::renderFragment(markdown, &tree);
         return {pageOf(fragment, flavor, theme, title), std::move(fragment.toc),
-                std::move(fragment.headingLines)};
+                std::move(fragment.headingLines), std::move(tree)};
     }
     // The blocks are written straight into the page, which is sized for typical Markdown up
     // front: a 10 MB document otherwise copies and regrows tens of megabytes.
@@ -274,7 +275,7 @@ RenderedMarkdown render(std::u16string_view markdown, TarnTheme theme, std::u16s
     Fragment fragment;
     fragment.hasMermaid = parser.hasMermaid;
     appendPageTail(page, fragment, false);
-    return {std::move(page), std::move(parser.toc), std::move(parser.headingLines)};
+    return {std::move(page), std::move(parser.toc), std::move(parser.headingLines), nullptr};
 }
 
 std::u16string pageOf(const Fragment &fragment, MarkdownFlavor flavor, TarnTheme theme,

@@ -27,6 +27,7 @@ struct ParserDeleter
 struct NodeDeleter
 {
     void operator()(cmark_node *node) const { cmark_node_free(node); }
+    void operator()(void *node) const { cmark_node_free(static_cast<cmark_node *>(node)); }
 };
 
 // Something that may be a footnote definition, "[^label]:" with a label as cmark-gfm scans it
@@ -64,12 +65,14 @@ std::unique_ptr<cmark_node, NodeDeleter> parse(std::string_view markdown)
 
 } // namespace
 
-MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown)
+MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown,
+                                          std::shared_ptr<void> *keptTree)
 {
-    return renderFragment(std::string_view(TarnText::toUtf8(markdown)));
+    return renderFragment(std::string_view(TarnText::toUtf8(markdown)), keptTree);
 }
 
-MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8)
+MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8,
+                                          std::shared_ptr<void> *keptTree)
 {
     MarkdownRenderer::Fragment fragment;
     // Raw HTML is written out only to go through the sanitizer, which keeps it inert.
@@ -86,8 +89,10 @@ MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8)
             appendFrontMatterTable(html, *frontMatter);
             written.blockLines.push_back(0);
         }
-        const auto root = parse(text);
+        auto root = parse(text);
         const auto ranges = writeHtml(root.get(), firstLine, html, written, keepRawHtml);
+        if (keptTree)
+            *keptTree = std::shared_ptr<void>(root.release(), NodeDeleter());
         if (!ranges.empty()) {
             // Only the stretches with raw HTML go through the sanitizer's parse, which is far
             // slower than the rest: Tarn's own markup around them is escaped and balanced.

@@ -4,11 +4,15 @@
 
 #include "MarkdownRenderer.h"
 
+#include <memory>
 #include <string_view>
 
 namespace TarnGfm {
 
-MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown);
-MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8);
+// With `keptTree`, the parser's tree is handed over there instead of being freed on return.
+MarkdownRenderer::Fragment renderFragment(std::u16string_view markdown,
+                                          std::shared_ptr<void> *keptTree = nullptr);
+MarkdownRenderer::Fragment renderFragment(std::string_view markdownUtf8,
+                                          std::shared_ptr<void> *keptTree = nullptr);
 
 } // namespace TarnGfm
