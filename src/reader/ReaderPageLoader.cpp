@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QTimer>
 #include <QWebEnginePage>
 #include <QWebEngineSettings>
 
@@ -50,7 +51,8 @@ QList<QStringView> pieces(QStringView html)
 // The first piece opens the document, but only the shell of this very load: an older shell that
 // finishes late must not receive the newer page. The later pieces check that the document is
 // still the one this load opened.
-QString writeScript(quint64 loadNumber, QStringView piece, bool first, bool last, bool lazyLayout)
+QString writeScript(quint64 loadNumber, QStringView piece, bool first, bool last, bool lazyLayout,
+                    bool announceFirstScreen)
 {
     const QString number = QString::number(loadNumber);
     QString script = QStringLiteral("(() => {\n");
@@ -69,6 +71,16 @@ QString writeScript(quint64 loadNumber, QStringView piece, bool first, bool last
     }
     script += QStringLiteral("  document.write(") + ReaderScripts::stringLiteral(piece) +
               QStringLiteral(");\n");
+    if (first && !last && announceFirstScreen) {
+        // The frame after this one has the first screen on it.
+        script += QStringLiteral(
+                      "  requestAnimationFrame(() => setTimeout(() => {\n"
+                      "    const host = window.webkit && window.webkit.messageHandlers;\n"
+                      "    if (host && host.tarn) host.tarn.postMessage({ type: \"firstScreen\", "
+                      "load: %1 });\n"
+                      "  }));\n")
+                      .arg(number);
+    }
     if (last)
         script += QStringLiteral("  document.close();\n  delete window.tarnLoadWriting;\n");
     return script + QStringLiteral("  return true;\n})();");
@@ -111,6 +123,7 @@ void ReaderPageLoader::load(const QString &html, const QUrl &baseURL)
     if (!m_page)
         return;
     ++m_loadNumber;
+    m_pieces.clear();
     m_html = html;
     m_state = State::LoadingShell;
     m_page->setHtml(shellDocument(m_loadNumber), folderBaseURL(baseURL));
@@ -133,39 +146,89 @@ void ReaderPageLoader::onShellLoadFinished(bool ok)
 void ReaderPageLoader::writePage()
 {
     m_state = State::Writing;
+    m_pieces = pieces(m_html);
+    m_firstScreen = FirstScreen::Waiting;
+    writePiece(0);
+}
+
+void ReaderPageLoader::writePiece(qsizetype index)
+{
     const quint64 loadNumber = m_loadNumber;
-    const QList<QStringView> parts = pieces(m_html);
+    const bool first = index == 0;
+    const bool last = index == m_pieces.size() - 1;
     QPointer<ReaderPageLoader> self(this);
-    for (qsizetype i = 0; i < parts.size(); ++i) {
-        const bool first = i == 0;
-        const bool last = i == parts.size() - 1;
-        m_page->runJavaScript(
-            writeScript(loadNumber, parts[i], first, last, m_lazyLayout),
-            [self, loadNumber, first, last](const QVariant &written) {
-                if (!self || self->m_loadNumber != loadNumber || self->m_state != State::Writing)
-                    return;
-                if (first && written.typeId() == QMetaType::Bool && !written.toBool()) {
-                    // The shell on screen is not this load's; its own loadFinished is still to
-                    // come, and the pieces after this one find no document of theirs.
-                    self->m_state = State::LoadingShell;
-                    return;
-                }
-                if (!written.toBool()) {
-                    self->fail(QStringLiteral("页面无法写入。"));
-                    return;
-                }
-                if (!last)
-                    return;
-                self->m_state = State::Idle;
-                self->m_html.clear();
-                emit self->pageLoaded();
-            });
+    m_page->runJavaScript(
+        writeScript(loadNumber, m_pieces[index], first, last, m_lazyLayout, m_paced),
+        [self, loadNumber, first, last](const QVariant &written) {
+            if (!self || self->m_loadNumber != loadNumber || self->m_state != State::Writing)
+                return;
+            if (first && written.typeId() == QMetaType::Bool && !written.toBool()) {
+                // The shell on screen is not this load's; its own loadFinished is still to
+                // come, and the rest of the page is sent only after it.
+                self->m_state = State::LoadingShell;
+                return;
+            }
+            if (!written.toBool()) {
+                self->fail(QStringLiteral("页面无法写入。"));
+                return;
+            }
+            if (first && !last)
+                self->writeRestAfterFirstScreen();
+            if (!last)
+                return;
+            self->m_state = State::Idle;
+            self->m_pieces.clear();
+            self->m_html.clear();
+            emit self->pageLoaded();
+        });
+    // One piece per turn of the event loop: preparing them all at once would keep this thread,
+    // which also puts the engine's frames on screen, busy for a long page.
+    if (!first && !last) {
+        QTimer::singleShot(0, this, [this, loadNumber, next = index + 1] {
+            if (loadNumber == m_loadNumber && m_state == State::Writing)
+                writePiece(next);
+        });
     }
+}
+
+// The rest of a long page waits until the engine has drawn the first screen: written at once,
+// it keeps the engine parsing and holds that frame back. A page that is not on screen draws no
+// frames, so the wait is short.
+void ReaderPageLoader::writeRestAfterFirstScreen()
+{
+    const bool drawn = m_firstScreen == FirstScreen::Drawn;
+    m_firstScreen = FirstScreen::Written;
+    if (!m_paced || drawn) {
+        writeRest(m_loadNumber);
+        return;
+    }
+    QTimer::singleShot(firstScreenWait, this,
+                       [this, loadNumber = m_loadNumber] { writeRest(loadNumber); });
+}
+
+void ReaderPageLoader::firstScreenDrawn(quint64 loadNumber)
+{
+    if (loadNumber != m_loadNumber || m_state != State::Writing)
+        return;
+    if (m_firstScreen == FirstScreen::Waiting)
+        m_firstScreen = FirstScreen::Drawn; // before the first piece's answer
+    else
+        writeRest(loadNumber);
+}
+
+void ReaderPageLoader::writeRest(quint64 loadNumber)
+{
+    if (loadNumber != m_loadNumber || m_state != State::Writing ||
+        m_firstScreen != FirstScreen::Written)
+        return;
+    m_firstScreen = FirstScreen::RestWritten;
+    writePiece(1);
 }
 
 void ReaderPageLoader::fail(const QString &errorString)
 {
     m_state = State::Idle;
+    m_pieces.clear();
     m_html.clear();
     emit pageLoadFailed(errorString);
 }

@@ -32,6 +32,14 @@ public:
     // whole page and has its own rules, so this is off unless asked for.
     void setLazyLayout(bool lazy) { m_lazyLayout = lazy; }
 
+    // Writes the rest of a long page only once the engine has drawn its first screen, which the
+    // page announces with a "firstScreen" message carrying the load's number; whoever receives
+    // the page's messages passes it on to firstScreenDrawn. Without the message, the rest
+    // follows after firstScreenWait.
+    void setPaced(bool paced) { m_paced = paced; }
+    void firstScreenDrawn(quint64 loadNumber);
+    static constexpr int firstScreenWait = 300; // ms
+
     // A local folder URL with the trailing slash that makes it the base of relative references.
     static QUrl folderBaseURL(const QUrl &url);
 
@@ -49,13 +57,27 @@ private:
         LoadingShell,
         Writing
     };
+    // Where a long page's writing stands with its first screen.
+    enum class FirstScreen
+    {
+        Waiting,     // the first piece is on its way
+        Drawn,       // drawn before the first piece's answer came back
+        Written,     // written; the rest waits for the frame
+        RestWritten, // the rest is on its way
+    };
 
     void onShellLoadFinished(bool ok);
     void writePage();
+    void writePiece(qsizetype index);
+    void writeRestAfterFirstScreen();
+    void writeRest(quint64 loadNumber);
     void fail(const QString &errorString);
 
     QPointer<QWebEnginePage> m_page;
     QString m_html;
+    QList<QStringView> m_pieces; // of m_html, while it is written
+    FirstScreen m_firstScreen = FirstScreen::Waiting;
+    bool m_paced = false;
     quint64 m_loadNumber = 0;
     State m_state = State::Idle;
     bool m_lazyLayout = false;

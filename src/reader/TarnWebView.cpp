@@ -61,6 +61,14 @@ TarnWebView::TarnWebView(QWidget *parent)
     m_loader = new ReaderPageLoader(m_page, this);
     m_loader->setLazyLayout(true);
     m_channel = new TarnMessageChannel(m_page, this);
+    m_loader->setPaced(true);
+    connect(m_channel, &TarnMessageChannel::messageReceived, m_loader,
+            [this](const QVariantMap &body) {
+                const QVariant load = body.value(QStringLiteral("load"));
+                if (body.value(QStringLiteral("type")) == QStringLiteral("firstScreen") &&
+                    load.canConvert<quint64>())
+                    m_loader->firstScreenDrawn(load.toULongLong());
+            });
     m_readiness = new PageReadiness(m_loader, m_channel, this);
     setAcceptDrops(false);
     // A new document starts at the engine's default zoom; put the reader's back at once.

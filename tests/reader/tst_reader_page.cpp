@@ -6,6 +6,7 @@
 #include "ReaderScripts.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QTemporaryDir>
 
@@ -245,6 +246,44 @@ private slots:
         for (int i = 0; i < 200; ++i)
             QCOMPARE(messages[1 + i].value("i"), i);
         QCOMPARE(messages[201].value("nested").toMap().value("ok"), true);
+    }
+
+    // A long page's rest follows its first screen: at once when the page announces that screen,
+    // after a short wait when nobody passes the announcement on.
+    void longPageIsWrittenAfterItsFirstScreen_data()
+    {
+        QTest::addColumn<bool>("announced");
+        QTest::newRow("announced") << true;
+        QTest::newRow("no channel") << false;
+    }
+    void longPageIsWrittenAfterItsFirstScreen()
+    {
+        QFETCH(bool, announced);
+        const QString html =
+            render(QStringLiteral("Paragraph of the long page.\n\n").repeated(40000));
+        TarnWebView view;
+        view.resize(600, 400);
+        view.show();
+        QWebEnginePage bare;
+        ReaderPageLoader bareLoader(&bare);
+        bareLoader.setPaced(true);
+        ReaderPageLoader &loader = announced ? view.loader() : bareLoader;
+        QWebEnginePage *page = announced ? view.page() : &bare;
+        QList<QVariantMap> messages;
+        connect(&view.messageChannel(), &TarnMessageChannel::messageReceived, this,
+                [&](const QVariantMap &body) { messages.append(body); });
+        QSignalSpy loaded(&loader, &ReaderPageLoader::pageLoaded);
+        QElapsedTimer clock;
+        clock.start();
+        loader.load(html, QUrl::fromLocalFile(m_folder.path()));
+        QVERIFY(loaded.wait(30000));
+        QCOMPARE(evaluateAndWait(page, "document.querySelectorAll('main > p').length"), 40000);
+        if (announced)
+            QVERIFY(std::any_of(messages.begin(), messages.end(), [](const QVariantMap &m) {
+                return m.value("type") == "firstScreen";
+            }));
+        else
+            QVERIFY(clock.elapsed() >= ReaderPageLoader::firstScreenWait);
     }
 
     // A big page, loaded while a small one is still on its way, finds its images next to the
