@@ -81,7 +81,11 @@ TarnWebView *MarkdownWebViewCoordinator::makeView(const MarkdownWebView &value,
             });
     view->setPendingInitialScrollY(value.initialScrollY);
     view->setLastHTML(value.html);
-    view->loadPage(value.html, value.baseURL);
+    // A page still being made (null HTML) has its shell loaded meanwhile; updateView brings it.
+    if (value.html.isNull())
+        view->loader().prepare(value.baseURL.value_or(QUrl()));
+    else
+        view->loadPage(value.html, value.baseURL);
     return view;
 }
 

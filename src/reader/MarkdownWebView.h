@@ -55,7 +55,8 @@ class MarkdownWebViewCoordinator : public QObject
 public:
     explicit MarkdownWebViewCoordinator(QObject *parent = nullptr);
 
-    // A new view that receives this coordinator's page messages and loads `value`'s page.
+    // A new view that receives this coordinator's page messages and loads `value`'s page. With
+    // a null page, the view only prepares its load until updateView brings the page.
     TarnWebView *makeView(const MarkdownWebView &value, QWidget *parentWidget = nullptr);
     // After every refresh: reload when the page text changed, otherwise bring search, search
     // steps and heading jumps up to date.

@@ -117,16 +117,38 @@ QUrl ReaderPageLoader::folderBaseURL(const QUrl &url)
     return folder;
 }
 
+void ReaderPageLoader::prepare(const QUrl &baseURL)
+{
+    if (!m_page || m_state != State::Idle)
+        return;
+    ++m_loadNumber;
+    m_pieces.clear();
+    m_html.clear();
+    m_waitingForPage = true;
+    m_preparedBase = folderBaseURL(baseURL);
+    m_state = State::LoadingShell;
+    m_page->setHtml(shellDocument(m_loadNumber), m_preparedBase);
+}
+
 void ReaderPageLoader::load(const QString &html, const QUrl &baseURL)
 {
     emit loadStarted();
     if (!m_page)
         return;
+    const QUrl base = folderBaseURL(baseURL);
+    if (m_waitingForPage && base == m_preparedBase) {
+        m_waitingForPage = false;
+        m_html = html;
+        if (m_state == State::ShellReady)
+            writePage();
+        return;
+    }
+    m_waitingForPage = false;
     ++m_loadNumber;
     m_pieces.clear();
     m_html = html;
     m_state = State::LoadingShell;
-    m_page->setHtml(shellDocument(m_loadNumber), folderBaseURL(baseURL));
+    m_page->setHtml(shellDocument(m_loadNumber), base);
 }
 
 void ReaderPageLoader::onShellLoadFinished(bool ok)
@@ -137,7 +159,17 @@ void ReaderPageLoader::onShellLoadFinished(bool ok)
         // An abandoned shell also ends with !ok; a newer shell may still be on its way.
         if (m_page && m_page->isLoading())
             return;
+        if (m_waitingForPage) {
+            // Nothing to report yet: the page, when it comes, loads a shell of its own.
+            m_waitingForPage = false;
+            m_state = State::Idle;
+            return;
+        }
         fail(QStringLiteral("页面无法载入。"));
+        return;
+    }
+    if (m_waitingForPage) {
+        m_state = State::ShellReady;
         return;
     }
     writePage();

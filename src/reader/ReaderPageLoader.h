@@ -24,6 +24,11 @@ public:
     // load ever reports. An empty base URL leaves relative references unresolved.
     void load(const QString &html, const QUrl &baseURL);
 
+    // Starts loading the shell for a page that is still being made, so that the engine's part
+    // of the load overlaps the making. The load() that follows, with the same base URL, writes
+    // into it. Does nothing while a load runs.
+    void prepare(const QUrl &baseURL);
+
     bool isLoading() const { return m_state != State::Idle; }
 
     // Lays out only the blocks near the screen until the reader scrolls or jumps past them, so a
@@ -55,6 +60,7 @@ private:
     {
         Idle,
         LoadingShell,
+        ShellReady, // prepared, and the page is still to come
         Writing
     };
     // Where a long page's writing stands with its first screen.
@@ -78,6 +84,8 @@ private:
     QList<QStringView> m_pieces; // of m_html, while it is written
     FirstScreen m_firstScreen = FirstScreen::Waiting;
     bool m_paced = false;
+    bool m_waitingForPage = false; // prepared; load() has not come yet
+    QUrl m_preparedBase;
     quint64 m_loadNumber = 0;
     State m_state = State::Idle;
     bool m_lazyLayout = false;
