@@ -12,12 +12,20 @@
 #include "Utf16Text.h"
 #include "WindowChrome.h"
 
+#include <QFutureWatcher>
 #include <QHBoxLayout>
 #include <QStackedWidget>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <malloc.h>
 
 namespace {
+
+// Documents at least this long are rendered on a worker thread while the engine loads the
+// page's shell; shorter ones take a few milliseconds.
+constexpr qsizetype backgroundRenderLength = 256 * 1024;
 
 // The index of the first top-level block of the page that reaches below the top of the view.
 // Blocks follow each other down the page, so a binary search finds it.
@@ -42,11 +50,10 @@ struct ReaderPane::Page
     QPointer<TarnDocument> document;
     TarnWebView *view = nullptr;                       // in the stack
     MarkdownWebViewCoordinator *coordinator = nullptr; // a child of the view
-    // What the page was rendered from, so that refreshes do not render again.
-    bool rendered = false;
-    QString renderedContent;
-    TarnTheme renderedTheme = TarnTheme::businessBlue;
-    MarkdownFlavor renderedFlavor = MarkdownFlavor::classic;
+    // What the page was rendered from, so that refreshes do not render again, and what a
+    // render running on a worker thread renders.
+    std::optional<RenderInputs> rendered;
+    std::optional<RenderInputs> rendering;
     // The heading to jump to once the page, redrawn in another flavour, is ready.
     QString headingAfterLoad;
     QString html;
@@ -136,8 +143,13 @@ void ReaderPane::refresh()
     Page &page = pageFor(document);
     const bool shownBefore = &page == m_current;
     m_current = &page;
-    renderIfNeeded(page);
-    showPage(page, shownBefore);
+    if (renderIfNeeded(page)) {
+        showPage(page, shownBefore);
+    } else if (!page.view) {
+        showPage(page, shownBefore); // a view whose shell loads while the page is made
+    } else {
+        m_stack->setCurrentWidget(page.view); // what it showed, until the new page is made
+    }
     m_outline->setOutline(page.toc);
     m_outline->setVisible(m_model.showOutline());
 
@@ -168,24 +180,49 @@ ReaderPane::Page &ReaderPane::pageFor(TarnDocument *document)
     return *m_pages.back();
 }
 
-void ReaderPane::renderIfNeeded(Page &page)
+bool ReaderPane::renderIfNeeded(Page &page)
 {
-    const QString content = page.document->content();
-    const TarnTheme theme = m_model.theme();
-    const MarkdownFlavor flavor = m_model.markdownFlavor();
-    if (page.rendered && page.renderedTheme == theme && page.renderedFlavor == flavor &&
-        page.renderedContent == content)
-        return;
-    const std::u16string_view markdown = u16View(content);
-    RenderedMarkdown rendered =
-        MarkdownRenderer::render(markdown, theme, page.document->title().toStdU16String(), flavor);
+    const RenderInputs inputs{page.document->content(), m_model.theme(), m_model.markdownFlavor()};
+    if (page.rendered == inputs)
+        return true;
+    const QString title = page.document->title();
+    if (inputs.content.size() < backgroundRenderLength) {
+        page.rendering.reset();
+        takeRender(page, inputs, render(inputs, title));
+        return true;
+    }
+    if (page.rendering != inputs) {
+        page.rendering = inputs;
+        auto *watcher = new QFutureWatcher<RenderedMarkdown>(this);
+        connect(watcher, &QFutureWatcherBase::finished, this,
+                [this, watcher, document = page.document, inputs] {
+                    watcher->deleteLater();
+                    // The page may be gone, or a newer render may have replaced this one.
+                    Page *done = document ? findPage(document) : nullptr;
+                    if (!done || done->rendering != inputs)
+                        return;
+                    done->rendering.reset();
+                    takeRender(*done, inputs, watcher->future().takeResult());
+                    if (done == m_current)
+                        refresh();
+                });
+        watcher->setFuture(QtConcurrent::run([inputs, title] { return render(inputs, title); }));
+    }
+    return false;
+}
+
+RenderedMarkdown ReaderPane::render(const RenderInputs &inputs, const QString &title)
+{
+    return MarkdownRenderer::render(u16View(inputs.content), inputs.theme, title.toStdU16String(),
+                                    inputs.flavor);
+}
+
+void ReaderPane::takeRender(Page &page, const RenderInputs &inputs, RenderedMarkdown rendered)
+{
     page.html = QString::fromStdU16String(rendered.html);
     page.toc = std::move(rendered.toc);
     page.parseTree = std::move(rendered.parseTree);
-    page.renderedContent = content;
-    page.renderedTheme = theme;
-    page.renderedFlavor = flavor;
-    page.rendered = true;
+    page.rendered = inputs;
 }
 
 MarkdownWebView ReaderPane::viewValue(const Page &page)
@@ -195,11 +232,12 @@ MarkdownWebView ReaderPane::viewValue(const Page &page)
     AppModel *model = &m_model;
 
     MarkdownWebView value;
-    value.html = page.html;
+    value.html = page.html; // null while the page's first render runs
     if (!document->url().isEmpty())
         value.baseURL = document->baseURL();
     value.searchQuery = m_model.searchQuery();
-    value.darkAppearance = WindowChrome::isDark(page.renderedTheme);
+    value.darkAppearance =
+        WindowChrome::isDark(page.rendered ? page.rendered->theme : m_model.theme());
     value.searchNavigationRequest.get = [model] { return model->searchNavigationRequest(); };
     value.searchNavigationRequest.set = [model](const std::optional<SearchNavigationRequest> &r) {
         model->setSearchNavigationRequest(r);
@@ -272,9 +310,13 @@ void ReaderPane::showPage(Page &page, bool shownBefore)
                     if (ready)
                         onPageReady(*ready);
                     emit pageReady(document);
-                    // Freed only now, so that it does not hold up the first screen.
-                    if ((ready = findPage(document)))
+                    // Freed only now, so that it does not hold up the first screen. A tree
+                    // made on a worker thread lies in that thread's own heap, which keeps what
+                    // is freed unless asked to give it back.
+                    if ((ready = findPage(document)) && ready->parseTree) {
                         ready->parseTree.reset();
+                        malloc_trim(0);
+                    }
                 });
         m_stack->addWidget(page.view);
         m_stack->setCurrentWidget(page.view);

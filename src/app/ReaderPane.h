@@ -10,6 +10,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 class AppModel;
@@ -51,11 +52,24 @@ signals:
 
 private:
     struct Page;
+    // What a page is rendered from.
+    struct RenderInputs
+    {
+        QString content;
+        TarnTheme theme = TarnTheme::businessBlue;
+        MarkdownFlavor flavor = MarkdownFlavor::classic;
+        friend bool operator==(const RenderInputs &, const RenderInputs &) = default;
+    };
 
     void refresh();
     Page &pageFor(TarnDocument *document);
     Page *findPage(const TarnDocument *document) const;
-    void renderIfNeeded(Page &page);
+    // Renders the page for the model's current inputs unless it already is. A long document
+    // renders on a worker thread: then this returns false, and the page is refreshed when the
+    // render is done.
+    bool renderIfNeeded(Page &page);
+    static RenderedMarkdown render(const RenderInputs &inputs, const QString &title);
+    static void takeRender(Page &page, const RenderInputs &inputs, RenderedMarkdown rendered);
     MarkdownWebView viewValue(const Page &page);
     void showPage(Page &page, bool wasShownBefore);
     void dropClosedPages();

@@ -237,6 +237,54 @@ private slots:
 
     // A page shown again is the one kept loaded and reports its hits and heading again, which the
     // model forgot; only the pages shown last stay loaded. The first has no headings, as it says.
+    // A long document renders on a worker thread: its page and outline arrive when the render
+    // is done, with what the model asks for by then, whatever happened meanwhile.
+    void longDocumentRendersInTheBackground_data()
+    {
+        QTest::addColumn<QString>("meanwhile");
+        QTest::newRow("nothing") << "nothing";
+        QTest::newRow("theme changed") << "theme";
+        QTest::newRow("switched away and back") << "switch";
+        QTest::newRow("closed") << "close";
+    }
+    void longDocumentRendersInTheBackground()
+    {
+        QFETCH(QString, meanwhile);
+        QVERIFY(open("small.md", "# Small"));
+        TarnDocument *small = selected();
+        QByteArray markdown;
+        for (int i = 0; markdown.size() < 600'000; ++i)
+            markdown += "## Part " + QByteArray::number(i) + "\n\n" +
+                        QByteArray("Words of a long document. ").repeated(20) + "\n\n";
+        QSignalSpy ready(pane(), &ReaderPane::pageReady);
+        model()->openURLs({file("long.md", markdown)}, true);
+        TarnDocument *long_ = selected();
+        QVERIFY(pane()->outlinePane()->rows()->count() == 0); // not rendered yet
+        if (meanwhile == "theme") {
+            model()->setTheme(TarnTheme::dark);
+        } else if (meanwhile == "switch") {
+            model()->selectTab(small->id());
+            QCOMPARE(pane()->document(), small);
+            model()->selectTab(long_->id());
+        } else if (meanwhile == "close") {
+            model()->closeTab(long_);
+            QTRY_COMPARE(pane()->loadedPageCount(), 1);
+            QCOMPARE(pane()->document(), small);
+            QVERIFY(reloads([&] { model()->setTheme(TarnTheme::warm); }));
+            QCOMPARE(pane()->currentView()->lastHTML(),
+                     QString::fromStdU16String(
+                         MarkdownRenderer::render(u"# Small", TarnTheme::warm, u"small").html));
+            return;
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(ready.contains({QVariant::fromValue(long_)}), 30000);
+        QCOMPARE(pane()->document(), long_);
+        const QString text = QString::fromUtf8(markdown);
+        const RenderedMarkdown expected =
+            MarkdownRenderer::render(text.toStdU16String(), model()->theme(), u"long");
+        QCOMPARE(pane()->currentView()->lastHTML(), QString::fromStdU16String(expected.html));
+        QCOMPARE(pane()->outlinePane()->rows()->count(), int(expected.toc.size()));
+    }
+
     void keepsRecentPagesLoaded()
     {
         QVERIFY(open("a.md", "alpha alpha"));
