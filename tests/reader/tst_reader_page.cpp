@@ -114,7 +114,12 @@ private slots:
         big.eval("for (const query of ['r', 're', 'rea', 'read', 'reade', 'reader'])"
                  "  tarnApplySearch(query, { scrollToFirst: true });"
                  "tarnMoveSearch('next');");
-        QTRY_COMPARE(big.searchReports, (QStringList{"reader:1/50000", "reader:2/50000"}));
+        // The query just before the last may finish counting in its first slice, before the last
+        // one arrives; any earlier ones are cut short.
+        const QStringList last{"reader:1/50000", "reader:2/50000"};
+        QTRY_COMPARE(big.searchReports.mid(qMax(0, big.searchReports.size() - 2)), last);
+        QVERIFY(big.searchReports == last ||
+                big.searchReports == QStringList{"reade:1/50000"} + last);
         QTRY_COMPARE_WITH_TIMEOUT(big.eval("document.querySelectorAll('mark').length").toInt(),
                                   50000, 60000);
         QCOMPARE(big.eval("document.querySelectorAll('main > p')[1]"
