@@ -105,11 +105,12 @@ int OutlinePane::indentForLevel(qint64 level)
     return int(indentPerLevel * std::clamp<qint64>(level - 1, 0, 5));
 }
 
-void OutlinePane::setOutline(const std::vector<TOCItem> &toc)
+void OutlinePane::setOutline(const std::vector<TOCItem> &toc, bool known)
 {
-    if (toc == m_toc && m_rows->count() == int(toc.size()))
+    if (toc == m_toc && m_rows->count() == int(toc.size()) && known == m_known)
         return;
     m_toc = toc;
+    m_known = known;
     m_rows->clear();
     for (const TOCItem &heading : m_toc) {
         auto *row = new QListWidgetItem(fromU16(heading.title), m_rows);
@@ -117,7 +118,7 @@ void OutlinePane::setOutline(const std::vector<TOCItem> &toc)
         row->setData(levelRole, qlonglong(heading.level));
         row->setToolTip(fromU16(heading.title));
     }
-    m_emptyLabel->setVisible(m_toc.empty());
+    m_emptyLabel->setVisible(m_known && m_toc.empty());
     m_rows->setVisible(!m_toc.empty());
     updateCurrentHeading();
 }

@@ -27,7 +27,9 @@ public:
     // scroll the reader to that heading.
     explicit OutlinePane(AppModel &model, QWidget *parent = nullptr);
 
-    void setOutline(const std::vector<TOCItem> &toc);
+    // `known` false: the document's headings are still being read, so neither rows nor the
+    // "no headings" line show.
+    void setOutline(const std::vector<TOCItem> &toc, bool known = true);
     const std::vector<TOCItem> &outline() const { return m_toc; }
 
     QListWidget *rows() const { return m_rows; }
@@ -46,5 +48,6 @@ private:
     QLabel *m_headerIcon;
     QLabel *m_headerTitle;
     QLabel *m_emptyLabel;
+    bool m_known = true;
     QListWidget *m_rows;
 };

@@ -150,7 +150,7 @@ void ReaderPane::refresh()
     } else {
         m_stack->setCurrentWidget(page.view); // what it showed, until the new page is made
     }
-    m_outline->setOutline(page.toc);
+    m_outline->setOutline(page.toc, page.rendered.has_value());
     m_outline->setVisible(m_model.showOutline());
 
     while (m_pages.size() > std::size_t(maximumLoadedPages))

@@ -65,7 +65,8 @@ SplitPreviewView::SplitPreviewView(AppModel &model, QWidget *parent)
     m_preview->onOpenLink = [this](const QUrl &url) {
         m_model.openLink(url, m_model.selectedDocument());
     };
-    connect(m_preview, &LivePreview::outlineChanged, m_outline, &OutlinePane::setOutline);
+    connect(m_preview, &LivePreview::outlineChanged, m_outline,
+            [this](const std::vector<TOCItem> &toc) { m_outline->setOutline(toc); });
     connect(m_preview, &LivePreview::lineAtTopChanged, this,
             &SplitPreviewView::syncEditorToPreview);
     // A page loaded anew starts at its top: it is brought to the editor's place.
