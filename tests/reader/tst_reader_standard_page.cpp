@@ -152,6 +152,10 @@ private slots:
         QTRY_COMPARE(m_reader.eval("document.querySelector('.tarn-image-fallback')?.textContent"),
                      "Project logo");
         QCOMPARE(m_reader.eval("document.querySelectorAll('main img').length"), 0);
+        // So does one that fails after the page is complete (as in the split view's preview).
+        m_reader.eval("const late = document.createElement('img'); late.alt = 'Late';"
+                      "late.src = 'no-such-file.png'; document.querySelector('main').append(late)");
+        QTRY_COMPARE(m_reader.eval("document.querySelectorAll('.tarn-image-fallback').length"), 2);
     }
 
     // A long page is coloured and drawn in slices; it reports ready only when all are done, so

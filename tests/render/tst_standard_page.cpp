@@ -61,10 +61,10 @@ void RenderTest::standardPagePolicy_data()
     QTest::addColumn<bool>("math");
     QTest::addColumn<bool>("highlight");
     QTest::addColumn<int>("scripts");
-    QTest::newRow("plain") << false << false << false << 2;
-    QTest::newRow("math") << false << true << false << 3;
-    QTest::newRow("code") << false << false << true << 3;
-    QTest::newRow("everything") << true << true << true << 5;
+    QTest::newRow("plain") << false << false << false << 3;
+    QTest::newRow("math") << false << true << false << 4;
+    QTest::newRow("code") << false << false << true << 4;
+    QTest::newRow("everything") << true << true << true << 6;
 }
 
 void RenderTest::standardPagePolicy()

@@ -10,7 +10,8 @@
 
 namespace TarnEmbedded {
 std::string_view standardPageScriptUtf8();
-}
+std::string_view imageFallbackScriptUtf8();
+} // namespace TarnEmbedded
 
 namespace TarnGfm {
 namespace {
@@ -61,6 +62,13 @@ const InlineScript &pageScript()
 {
     static const InlineScript script =
         inlineScript(TarnText::fromUtf8(TarnEmbedded::standardPageScriptUtf8()));
+    return script;
+}
+
+const InlineScript &imageFallbackScript()
+{
+    static const InlineScript script =
+        inlineScript(TarnText::fromUtf8(TarnEmbedded::imageFallbackScriptUtf8()));
     return script;
 }
 
@@ -216,6 +224,8 @@ std::u16string securityPolicy(const MarkdownRenderer::Fragment &fragment)
             scripts.append(source);
         }
     };
+    // In the order the scripts come on the page.
+    allow(imageFallbackScript().source);
     if (fragment.hasMermaid)
         allow(mermaidSource());
     if (fragment.hasMath)
@@ -238,6 +248,8 @@ std::u16string securityPolicy(const MarkdownRenderer::Fragment &fragment)
 void appendStyles(std::u16string &page, const MarkdownRenderer::Fragment &fragment, TarnTheme theme)
 {
     page.append(kPageStyles);
+    page.append(imageFallbackScript().element);
+    page.append(u"\n");
     if (fragment.hasHighlight)
         appendCodeColours(page, theme);
 }

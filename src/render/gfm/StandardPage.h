@@ -11,7 +11,7 @@ namespace TarnGfm {
 // The policy's <meta> element, to go first in <head>: only the scripts that
 // `appendScripts` and the shared template put on this page may run.
 std::u16string securityPolicy(const MarkdownRenderer::Fragment &fragment);
-// <style> elements for the end of <head>.
+// <style> elements, and the script that frames images that fail, for the end of <head>.
 void appendStyles(std::u16string &page, const MarkdownRenderer::Fragment &fragment,
                   TarnTheme theme);
 // Script elements (and KaTeX's styles) that go after the diagram library and before the reader

@@ -3,7 +3,7 @@
 
   // The standard flavour's page script, run just before the reader script: draws math with
   // KaTeX, colours code with highlight.js (what is near the screen first, the rest in short
-  // slices), shows the alt text of images that do not load, and holds the page's readiness
+  // slices), checks images that loaded without pixels, and holds the page's readiness
   // until the math and colours are all done, so a PDF has them.
 
   const SLICE_MS = 8;
@@ -150,44 +150,14 @@
     slices.port2.postMessage(0);
   }
 
-  // An image that does not load (a remote one in the reader, a missing file, an address the
-  // sanitizer took out) gives way to its alt text in a quiet frame.
-  function fileName(address) {
-    const path = address.split(/[?#]/)[0];
-    return decodeURIComponentSafe(path.slice(path.lastIndexOf("/") + 1));
+  // Failed images are framed as they fail (image-fallback.js, in the head); a finished one
+  // without pixels is asked once (an SVG drawing may have no size of its own).
+  const showAltText = window.tarnShowAltText;
+  if (typeof showAltText === "function") {
+    Array.from(document.querySelectorAll("main img")).forEach((image) => {
+      if (image.complete && image.naturalWidth === 0) {
+        image.decode().catch(() => showAltText(image));
+      }
+    });
   }
-
-  function decodeURIComponentSafe(text) {
-    try {
-      return decodeURIComponent(text);
-    } catch (error) {
-      return text;
-    }
-  }
-
-  function showAltText(image) {
-    if (!image.isConnected) {
-      return;
-    }
-    const alt = (image.getAttribute("alt") || "").trim();
-    const address = image.getAttribute("src") || "";
-    const frame = document.createElement("span");
-    frame.className = "tarn-image-fallback";
-    frame.setAttribute("role", "img");
-    frame.textContent = alt || fileName(address) || "图片";
-    if (address) {
-      frame.title = address;
-    }
-    image.replaceWith(frame);
-  }
-
-  // Images still on their way say so when they fail; a finished one without pixels is asked
-  // once (an SVG drawing may have no size of its own).
-  Array.from(document.querySelectorAll("main img")).forEach((image) => {
-    if (!image.complete) {
-      image.addEventListener("error", () => showAltText(image), { once: true });
-    } else if (image.naturalWidth === 0) {
-      image.decode().catch(() => showAltText(image));
-    }
-  });
 })();
