@@ -143,6 +143,8 @@ void AppTest::enableRules()
     QCOMPARE(f.toolbar.outlineButton()->isVisible(), !editing);
     QCOMPARE(f.toolbar.searchControl()->isVisible(), !editing);
     QVERIFY(f.item(C::open)->isEnabled() && f.toolbar.openButton()->isEnabled());
+    // The title bar marks unsaved changes.
+    QCOMPARE(f.window.isWindowModified(), dirty);
 }
 
 // A window made while a theme is stored shows it at once, tabs opened later too. The theme
