@@ -143,13 +143,12 @@ void ReaderPane::refresh()
     Page &page = pageFor(document);
     const bool shownBefore = &page == m_current;
     m_current = &page;
-    if (renderIfNeeded(page)) {
+    // A page still being made shows what it showed until then; a new one gets a view whose
+    // shell loads meanwhile.
+    if (renderIfNeeded(page) || !page.view)
         showPage(page, shownBefore);
-    } else if (!page.view) {
-        showPage(page, shownBefore); // a view whose shell loads while the page is made
-    } else {
-        m_stack->setCurrentWidget(page.view); // what it showed, until the new page is made
-    }
+    else
+        m_stack->setCurrentWidget(page.view);
     m_outline->setOutline(page.toc, page.rendered.has_value());
     m_outline->setVisible(m_model.showOutline());
 
@@ -193,7 +192,7 @@ bool ReaderPane::renderIfNeeded(Page &page)
     }
     if (page.rendering != inputs) {
         page.rendering = inputs;
-        auto *watcher = new QFutureWatcher<RenderedMarkdown>(this);
+        auto *watcher = new QFutureWatcher<RenderedPage>(this);
         connect(watcher, &QFutureWatcherBase::finished, this,
                 [this, watcher, document = page.document, inputs] {
                     watcher->deleteLater();
@@ -211,15 +210,18 @@ bool ReaderPane::renderIfNeeded(Page &page)
     return false;
 }
 
-RenderedMarkdown ReaderPane::render(const RenderInputs &inputs, const QString &title)
+// The page's text becomes a QString on the thread that rendered it: 13 MB for a 5 MB document.
+ReaderPane::RenderedPage ReaderPane::render(const RenderInputs &inputs, const QString &title)
 {
-    return MarkdownRenderer::render(u16View(inputs.content), inputs.theme, title.toStdU16String(),
-                                    inputs.flavor);
+    RenderedMarkdown rendered = MarkdownRenderer::render(u16View(inputs.content), inputs.theme,
+                                                         title.toStdU16String(), inputs.flavor);
+    return {QString::fromStdU16String(rendered.html), std::move(rendered.toc),
+            std::move(rendered.parseTree)};
 }
 
-void ReaderPane::takeRender(Page &page, const RenderInputs &inputs, RenderedMarkdown rendered)
+void ReaderPane::takeRender(Page &page, const RenderInputs &inputs, RenderedPage rendered)
 {
-    page.html = QString::fromStdU16String(rendered.html);
+    page.html = std::move(rendered.html);
     page.toc = std::move(rendered.toc);
     page.parseTree = std::move(rendered.parseTree);
     page.rendered = inputs;

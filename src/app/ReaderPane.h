@@ -68,8 +68,15 @@ private:
     // renders on a worker thread: then this returns false, and the page is refreshed when the
     // render is done.
     bool renderIfNeeded(Page &page);
-    static RenderedMarkdown render(const RenderInputs &inputs, const QString &title);
-    static void takeRender(Page &page, const RenderInputs &inputs, RenderedMarkdown rendered);
+    // A render's result as the page keeps it.
+    struct RenderedPage
+    {
+        QString html;
+        std::vector<TOCItem> toc;
+        std::shared_ptr<void> parseTree;
+    };
+    static RenderedPage render(const RenderInputs &inputs, const QString &title);
+    static void takeRender(Page &page, const RenderInputs &inputs, RenderedPage rendered);
     MarkdownWebView viewValue(const Page &page);
     void showPage(Page &page, bool wasShownBefore);
     void dropClosedPages();
